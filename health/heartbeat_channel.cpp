@@ -1,0 +1,66 @@
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/log.h"
+#include "supervisor/processes.h"
+
+namespace {
+
+// Bound with its whole length, zeros included: in the abstract namespace the length is part of the
+// name, and senders must use the same 110 bytes.
+sockaddr_un HeartbeatAddress() {
+  static_assert(sizeof(sockaddr_un) == 110, "senders address the whole structure");
+  constexpr char name[] = "AppHeartbeat";
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path + 1, name, sizeof name);
+  return address;
+}
+
+[[nodiscard]] bool BindToName(int descriptor) {
+  const sockaddr_un address = HeartbeatAddress();
+  return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+[[nodiscard]] bool LimitReceiveTime(int descriptor) {
+  timeval limit = {};
+  limit.tv_sec = 1;
+  return setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
+}
+
+}  // namespace
+
+int Processes::InitHeartbeatSocket() {
+  heartbeatSocket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (heartbeatSocket < 0) {
+    Log("Failed to create heartbeat socket");
+    return 1;
+  }
+  if (!BindToName(heartbeatSocket)) {
+    const char* reason = std::strerror(errno);
+    Log(std::string("bind heartbeat socket failed with error: ") + reason);
+  } else if (!LimitReceiveTime(heartbeatSocket)) {
+    Log("Failed to setsockopt SO_RCVTIMEO");
+  } else {
+    return 0;
+  }
+  (void)close(heartbeatSocket);  // nothing was written to it
+  heartbeatSocket = -1;
+  return 1;
+}
+
+void Processes::ReceiveHeartbeat() {
+  while (!stopRequested.load()) {
+    Heartbeat heartbeat = {};
+    const ssize_t received = recv(heartbeatSocket, &heartbeat, sizeof heartbeat, 0);
+    // The time-out of a second without traffic, an error or too short a datagram.
+    if (received != static_cast<ssize_t>(sizeof heartbeat)) continue;
+    const std::lock_guard<std::mutex> lock(heartbeatMutex);
+    heartbeatQueue.push(heartbeat);
+  }
+}

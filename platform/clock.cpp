@@ -1,0 +1,17 @@
+#include "platform/clock.h"
+
+#include <unistd.h>
+
+#include <chrono>
+
+std::int64_t NowMicros() {
+  using std::chrono::duration_cast;
+  using std::chrono::microseconds;
+  // The library's clock counts nanoseconds; every time stamp of the system counts microseconds.
+  return duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+void SleepSeconds(unsigned seconds) {
+  // The seconds left after an interrupted sleep do not matter: deadlines are kept by the clock.
+  (void)sleep(seconds);
+}

@@ -1,0 +1,47 @@
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <unordered_map>
+
+#include "component/storage.h"
+#include "platform/log.h"
+#include "supervisor/processes.h"
+#include "supervisor/to_string.h"
+
+namespace {
+
+constexpr char configPath[] = "/etc/config/.tolvar_config";
+
+// `atoi` as the 32-bit target does it: a number beyond 32 bits saturates. On 64 bits the library's
+// own would cut off the upper half.
+int DecimalInt(const char* text) {
+  const long long value = std::strtoll(text, nullptr, 10);
+  constexpr long long lowest = std::numeric_limits<int>::min();
+  constexpr long long highest = std::numeric_limits<int>::max();
+  return static_cast<int>(std::clamp(value, lowest, highest));
+}
+
+}  // namespace
+
+void Processes::ReadConfig() {
+  const std::unordered_map<std::string, std::uint32_t&> configKeyTable = {
+      {"bootstrap_interval=", bootstrapIntervalSec_},
+      {"max_heartbeat_interval=", maxHeartbeatIntervalSec_},
+      {"metrics_report_interval=", metricsReportIntervalSec_},
+      {"failure_metrics_report_interval=", failureReportIntervalSec_},
+  };
+  if (!FileExists(configPath)) {
+    Log(std::string("don't have config file ") + configPath + ", taking default configuration");
+    return;
+  }
+  std::ifstream file(configPath);
+  std::string line;
+  while (std::getline(file, line)) {
+    for (const auto& [key, interval] : configKeyTable) {
+      if (line.compare(0, key.size(), key) != 0) continue;
+      interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + key.size()));
+      Log(key + ToString(interval));
+    }
+  }
+}
