@@ -1,0 +1,51 @@
+# What the scripts share: where the checkout is, packages, builds. Sourced, not run.
+# shellcheck shell=bash disable=SC2034
+
+checkout=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
+cd -- "$checkout" || exit
+
+say() { printf '== %s\n' "$*"; }
+
+die() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# Packages of the product, of its tools and tests, and of the bench device.
+build_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
+  libcpp-httplib-dev libgtest-dev libgmock-dev openssl)
+bench_packages=(util-linux mount iproute2 procps hostname)
+
+as_root() {
+  if ((EUID == 0)); then
+    "$@"
+  elif type -P sudo >/dev/null; then
+    sudo "$@"
+  else
+    die "needs root or sudo for: $*"
+  fi
+}
+
+is_installed() {  # PACKAGE
+  [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+install_packages() {  # PACKAGE...
+  local package missing=()
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  say "installing ${missing[*]}"
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+    "${missing[@]}" >/dev/null
+}
+
+build() {  # PRESET [TARGET...]
+  local preset=$1
+  shift
+  say "building $preset"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
