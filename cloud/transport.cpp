@@ -1,3 +1,6 @@
+#include <cstdint>
+#include <new>
+
 #include "cloud/http_request.h"
 #include "cloud/transfer.h"
 #include "platform/curl_owner.h"
@@ -16,10 +19,32 @@ HttpRequest* HttpRequest::Instance() {
   return instance;
 }
 
+namespace {
+
+// The transfer at hand, for the callback to ask. There is only ever one.
+CURL* running = nullptr;
+
+// Makes room for the whole body as the server announced it: growing step by step would copy it over
+// and over and take twice its size. A length that memory does not hold is left to the growing.
+void ReserveAnnounced(std::vector<char>& body) {
+  curl_off_t length = -1;  // stays so when nothing was announced
+  if (running == nullptr) return;
+  (void)curl_easy_getinfo(running, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+  if (length <= 0 || static_cast<std::uint64_t>(length) > body.max_size()) return;
+  try {
+    body.reserve(static_cast<std::size_t>(length));
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
+
+}  // namespace
+
 std::size_t WriteBodyCallback(const char* data, std::size_t size, std::size_t nmemb,
                               std::vector<char>* body) noexcept {
   const std::size_t count = size * nmemb;
   try {
+    if (body->empty()) ReserveAnnounced(*body);
     // Appending instead of resizing spares zeroing each byte before it is overwritten.
     body->insert(body->end(), data, data + count);
   } catch (...) {
@@ -41,7 +66,9 @@ void CollectBody(CURL* handle, long timeoutSec, std::vector<char>* body) {
 }
 
 int Perform(CURL* handle) {
+  running = handle;
   const CURLcode code = curl_easy_perform(handle);
+  running = nullptr;
   if (code == CURLE_OK) return 0;
   Log("Curl return code " + ToString(static_cast<int>(code)));
   return 2;

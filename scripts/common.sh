@@ -13,7 +13,7 @@ die() {
 
 # Packages of the product, of its tools and tests, and of the bench device.
 build_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
-  libcpp-httplib-dev libgtest-dev libgmock-dev openssl)
+  libcpp-httplib-dev libgtest-dev libgmock-dev libbenchmark-dev openssl)
 bench_packages=(util-linux mount iproute2 procps hostname)
 
 as_root() {
