@@ -33,7 +33,8 @@ class HttpRequest {
 
   // Asks for the manifest of `version` ("latest", "lastknowngood") of one process, or of all with
   // an empty `processname`. `body` is emptied first and receives the answer. Reads the device token
-  // afresh: without one the result is 1, without a message and without traffic.
+  // afresh: without one the result is 1, without traffic. Logs "Get processes from domain <domain>,
+  // status <result>", but nothing for result 1.
   [[nodiscard]] int GetProcess(const std::string& version, const std::string& processname,
                                std::vector<char>& body);
 
@@ -41,7 +42,7 @@ class HttpRequest {
   [[nodiscard]] int GetProcesses(const std::string& version, std::vector<char>& body);
 
   // Asks where component `filename` in `version` of process `processname` can be fetched. Else like
-  // GetProcess.
+  // GetProcess, with the line "Get download location from domain <domain>, status <result>".
   [[nodiscard]] int GetDownloadLocation(const std::string& processname, const std::string& filename,
                                         const std::string& version, std::vector<char>& body);
 
@@ -55,7 +56,7 @@ class HttpRequest {
 };
 
 // libcurl's write callback of every transfer: appends size * nmemb bytes to `body` and returns that
-// number. Out of memory it returns 0, which ends the transfer as a failed one: an exception must
-// not cross libcurl's frames.
+// number. With the first bytes it makes room for as many as the server announced. Out of memory it
+// returns 0, which ends the transfer as a failed one: an exception must not cross libcurl's frames.
 std::size_t WriteBodyCallback(const char* data, std::size_t size, std::size_t nmemb,
                               std::vector<char>* body) noexcept;

@@ -13,6 +13,7 @@
 #include "cloud/http_request.h"
 #include "component/storage.h"
 #include "platform/clock.h"
+#include "platform/hex.h"
 #include "platform/log.h"
 #include "supervisor/to_string.h"
 
@@ -34,17 +35,6 @@ class ControlSocket {
  private:
   int descriptor_;
 };
-
-std::string LowercaseHex(const char* bytes, std::size_t count) {
-  constexpr char digits[] = "0123456789abcdef";
-  std::string text;
-  for (std::size_t i = 0; i < count; ++i) {
-    const unsigned byte = static_cast<unsigned char>(bytes[i]);
-    text += digits[byte / 16];
-    text += digits[byte % 16];
-  }
-  return text;
-}
 
 // The token in the first line of `path` that has one.
 bool FindToken(const char* path, std::string& token) {
@@ -72,7 +62,6 @@ int HttpRequest::Init() {
 }
 
 int GetMACAddress(const std::string& interfaceName, std::string& mac) {
-  constexpr std::size_t addressLength = 6;
   if (interfaceName.size() >= IFNAMSIZ) return 1;
   ifreq request = {};
   interfaceName.copy(request.ifr_name, interfaceName.size());
@@ -84,7 +73,9 @@ int GetMACAddress(const std::string& interfaceName, std::string& mac) {
   if (!control.Ask(SIOCGIFHWADDR, request)) return 1;
   if (request.ifr_hwaddr.sa_family != ARPHRD_ETHER) return 1;
 
-  mac = LowercaseHex(request.ifr_hwaddr.sa_data, addressLength);
+  std::array<unsigned char, 6> address = {};
+  std::memcpy(address.data(), request.ifr_hwaddr.sa_data, address.size());
+  mac = LowercaseHex(address.data(), address.size());
   return 0;
 }
 

@@ -64,6 +64,11 @@ int Post(const char* path, const char* what, std::initializer_list<Field> callFi
 
   VerifyPeer(handle.get());
   CurlList headers = RequestHeaders();
+  if (!headers) {
+    handle.reset();
+    curl_global_cleanup();
+    return 1;
+  }
   const std::string url = HttpRequest::domain + path;
   SetOption(handle.get(), CURLOPT_URL, url.c_str());
   SetOption(handle.get(), CURLOPT_POSTFIELDS, text.get());
@@ -75,7 +80,7 @@ int Post(const char* path, const char* what, std::initializer_list<Field> callFi
   headers.reset();
   handle.reset();
   curl_global_cleanup();
-  Log(what + (" from domain " + HttpRequest::domain) + ", status " + ToString(result));
+  Log(std::string(what) + " from domain " + HttpRequest::domain + ", status " + ToString(result));
   return result;
 }
 

@@ -6,8 +6,8 @@
 
 #include <vector>
 
-// Sets one option. A refusal (out of memory, an option that this libcurl was built without) is not
-// looked at: the transfer then fails by itself, with its own code. Numbers must be given as long.
+// Sets one option. A refusal (out of memory) is not looked at: libcurl's default then stands, which
+// for a missing CA file is its built-in one. Numbers must be given as long.
 template <typename Value>
 void SetOption(CURL* handle, CURLoption option, Value value) {
   (void)curl_easy_setopt(handle, option, value);

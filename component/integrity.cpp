@@ -8,21 +8,12 @@
 #include <array>
 #include <fstream>
 
+#include "platform/hex.h"
 #include "platform/log.h"
 
 namespace {
 
 using Digest = std::array<unsigned char, MD5_DIGEST_LENGTH>;
-
-std::string LowercaseHex(const Digest& digest) {
-  constexpr char digits[] = "0123456789abcdef";
-  std::string text;
-  for (const unsigned byte : digest) {
-    text += digits[byte / 16];
-    text += digits[byte % 16];
-  }
-  return text;
-}
 
 Digest Md5Of(std::ifstream& file) {
   std::array<char, 1024> buffer = {};
@@ -45,7 +36,8 @@ bool CheckIntegrity(const std::string& path, const std::string& checksum) {
     Log("Failed to open file " + path);
     return false;
   }
-  const std::string computed = LowercaseHex(Md5Of(file));
+  const Digest digest = Md5Of(file);
+  const std::string computed = LowercaseHex(digest.data(), digest.size());
   Log("CheckIntegrity " + computed + " vs. " + checksum);
   return computed == checksum;
 }

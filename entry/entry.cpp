@@ -17,15 +17,13 @@ struct Life {
   Life* next = nullptr;
 };
 
-// Plain data without destructors: a host that leaves main while the supervisor still runs must not
-// pull them away from it.
 std::mutex livesMutex;
 Life* firstLife = nullptr;  // guarded by livesMutex, like the flags of every life
 
 // The life of `supervisor`, or null when the host owns none at that address.
 Life* FindOwned(const void* supervisor) {
   Life* life = firstLife;
-  while (life != nullptr && (life->destroyed || &life->supervisor != supervisor)) life = life->next;
+  while (life != nullptr && &life->supervisor != supervisor) life = life->next;
   return life;
 }
 
@@ -94,7 +92,8 @@ void launch_tolvar(void* supervisor) noexcept {
   try {
     Run(life->supervisor);
   } catch (...) {
-    // Out of memory before the loop began. The host sees the launch return and may begin anew.
+    // The loop holds its own ground; only memory missing while it is set up leads here. The host
+    // sees the launch return and may begin anew with another object.
   }
   (void)EndRun(life);  // frees the object when the host has given it up
 }

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "platform/log.h"
 #include "supervisor/processes.h"
@@ -61,6 +62,10 @@ void Processes::ReceiveHeartbeat() {
     // The time-out of a second without traffic, an error or too short a datagram.
     if (received != static_cast<ssize_t>(sizeof heartbeat)) continue;
     const std::lock_guard<std::mutex> lock(heartbeatMutex);
-    heartbeatQueue.push(heartbeat);
+    try {
+      heartbeatQueue.push(heartbeat);
+    } catch (const std::bad_alloc&) {
+      continue;  // lost; the sender's next one counts as well
+    }
   }
 }

@@ -19,13 +19,19 @@ void Record(const Heartbeat& heartbeat, std::vector<Process>& processes) {
   }
 }
 
+// The sender's time stamp may be any 64 bits: the arithmetic wraps instead of overflowing.
+[[nodiscard]] std::int64_t MicrosSince(std::int64_t timestampMs, std::int64_t nowMicros) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(nowMicros) -
+                                   static_cast<std::uint64_t>(timestampMs) * 1000U);
+}
+
 [[nodiscard]] bool IsHung(const Process& process, std::int64_t nowMicros) {
   if (process.state != Process::State::Running) return false;
   const std::int64_t sinceLaunchSec =
       (nowMicros - process.launchTime * microsPerSec) / microsPerSec;
   if (sinceLaunchSec <= std::int64_t{process.maxstartuptime}) return false;
   const std::int64_t sinceHeartbeatSec =
-      (nowMicros - process.lastHeartbeatMs * 1000) / microsPerSec;
+      MicrosSince(process.lastHeartbeatMs, nowMicros) / microsPerSec;
   return sinceHeartbeatSec > std::int64_t{Processes::maxHeartbeatIntervalSec_};
 }
 

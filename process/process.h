@@ -1,18 +1,20 @@
 // One managed process: what the cloud says about it and what the supervisor knows of it.
 //
-// States and what moves a record between them. StepState runs once per pass and takes at most one
-// decision; it first switches to a pending version, then acts on the state:
+// StepState runs once per pass and takes at most one decision: it first switches to a pending
+// version, then acts on the state.
 //
-//   state            when                              then                                becomes
-//   any + pending    last status not 2                 kill; take the pending record over  its
-//   Stopped Running + pend.  last status 2                     wait Running other + pending  last
-//   status 2                     take the pending record over        its Stopped Stopped clock <=
-//   nextLaunchTime           wait                                Stopped Stopped          clock
-//   past it, launch succeeds    backoff 2, retries + 1              Running Stopped          clock
-//   past it, launch fails       backoff doubles to 64, retries + 1  Failed Failed           retries
-//   < maxretries              kill; act as Stopped at once        Stopped Failed           retries
-//   used up                   ask for a rollback; retries 0       Failed Running          newest
-//   heartbeat too old          (heartbeat supervision)             Failed
+// clang-format off
+//   state              when                            then                                   becomes
+//   any + pending      last status not 2               kill, take the pending record over     its Stopped
+//   Running + pending  last status 2                   wait                                   Running
+//   other + pending    last status 2                   take the pending record over           its Stopped
+//   Stopped            clock <= nextLaunchTime         wait                                   Stopped
+//   Stopped            clock past it, launch succeeds  backoff 2, retries + 1                 Running
+//   Stopped            clock past it, launch fails     backoff doubles up to 64, retries + 1  Failed
+//   Failed             retries < maxretries            kill, act as Stopped in the same step  Stopped
+//   Failed             retries used up                 ask for a rollback, retries 0          Failed
+//   Running            newest heartbeat too old        (heartbeat supervision, not a step)    Failed
+// clang-format on
 //
 // Nothing is ever given up: rollback attempts and relaunches alternate for as long as a process
 // fails. With `maxretries` 0 a failed process asks for a rollback in every pass and is relaunched

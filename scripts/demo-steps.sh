@@ -34,15 +34,6 @@ finish() {
   failures=$((failures + missed))
 }
 
-wait_for() {  # SECONDS CONDITION...
-  local deadline=$((${EPOCHREALTIME/./} + $1 * 1000000))
-  shift
-  until "$@"; do
-    ((${EPOCHREALTIME/./} < deadline)) || return 1
-    sleep 0.05
-  done
-}
-
 # Finds TEXT in the host's log behind what the step has seen; what follows it is seen next.
 see_log() {  # TEXT
   local found
@@ -56,6 +47,14 @@ expect_log() {  # TEXT SECONDS
     observe "$seen"
   else
     miss "no \"$1\" in the log within $2 s"
+  fi
+}
+
+expect_running_anew() {  # NAME OLD_PID VERSION SECONDS
+  if wait_for "$4" runs_anew "$1" "$2" "$3"; then
+    observe "$1 $3 runs, pid ${2:-none} -> $(pid_of "$1")"
+  else
+    miss "$1 $3 does not run anew within $4 s"
   fi
 }
 

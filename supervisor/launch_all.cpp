@@ -1,7 +1,6 @@
-#include <unistd.h>
-
 #include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <thread>
 
 #include "cloud/http_request.h"
@@ -15,35 +14,67 @@ std::uint32_t RescaledInterval(std::uint32_t intervalSec, int random) {
   return static_cast<std::uint32_t>(static_cast<float>(intervalSec) * factor);
 }
 
+namespace {
+
+// Does `work` and gives it up where memory runs out: what it was for comes round again in a later
+// pass, and whoever comes after it has its turn.
+template <typename Work>
+void Attempt(const Work& work) {
+  try {
+    work();
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+[[nodiscard]] bool ClientIsUp() {
+  int result = 1;
+  Attempt([&result] { result = HttpRequest::Instance()->Init(); });
+  return result == 0;
+}
+
+}  // namespace
+
 void Processes::LaunchAll() {
   init_metrics_client();
-  while (HttpRequest::Instance()->Init() != 0) {
+  while (!ClientIsUp()) {
     Log("Init HttpRequest Instance failed");
     SleepSeconds(5);
   }
   Bootstrap();
   lastBootstrapTime = NowSeconds();
-  std::thread receiver(&Processes::ReceiveHeartbeat, this);
+  std::thread receiver = StartReceiver();
   std::srand(static_cast<unsigned>(std::time(nullptr)));
   bootstrapIntervalSec_ = RescaledInterval(bootstrapIntervalSec_, std::rand());
 
-  while (!stopRequested.load()) RunPass();
+  while (!stopRequested.load()) {
+    RunPass();
+    SleepSeconds(1);
+  }
 
   stopRequested.store(true);
   if (receiver.joinable()) receiver.join();
   deinit_metrics_client();
 }
 
-void Processes::RunPass() {
-  try {
-    FetchWhenDue();
-    ProcessHeartbeat();
-    for (Process& process : processes) process.StepState();
-    (void)ReportMetrics();  // a report that could not be built is due again in the next pass
-  } catch (...) {
-    // Out of memory: this pass ends here, the next one goes on from what it left.
+std::thread Processes::StartReceiver() {
+  while (!stopRequested.load()) {
+    try {
+      return std::thread(&Processes::ReceiveHeartbeat, this);
+    } catch (const std::exception&) {
+      // Without it every process would be taken for hung: supervision waits for a thread to be had.
+      SleepSeconds(1);
+    }
   }
-  SleepSeconds(1);
+  return {};
+}
+
+void Processes::RunPass() {
+  FetchWhenDue();
+  Attempt([this] { ProcessHeartbeat(); });
+  for (Process& process : processes) Attempt([&process] { process.StepState(); });
+  // A report that could not be built is due again in the next pass.
+  Attempt([this] { (void)ReportMetrics(); });
 }
 
 void Processes::FetchWhenDue() {

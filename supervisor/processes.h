@@ -14,6 +14,9 @@
 // one take. `stopRequested` is atomic. `heartbeatSocket` is written before the second thread starts
 // and after it has ended. Everything else belongs to the host's thread.
 //
+// Memory. Where it runs out, the step at hand is given up and comes round again in a later pass; a
+// fetch counts as a failed one, a heartbeat as not received. The loop itself goes on.
+//
 // Life. entry/ owns the object and destroys it only when nobody uses it any more. The processes
 // outlive the supervisor: nothing is stopped at shut-down.
 #pragma once
@@ -24,6 +27,7 @@
 #include <mutex>
 #include <queue>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "health/heartbeat.h"
@@ -34,7 +38,7 @@ class Processes {
   // Seconds; written by ReadConfig, the first also by LaunchAll. Wide values stay positive: they
   // are compared as signed 64-bit numbers.
   static std::uint32_t bootstrapIntervalSec_;      // between fetches of the set; 21600
-  static std::uint32_t maxHeartbeatIntervalSec_;   // oldest newest heartbeat of a living process; 5
+  static std::uint32_t maxHeartbeatIntervalSec_;   // age of the newest heartbeat of a living process; 5
   static std::uint32_t metricsReportIntervalSec_;  // between reports; 3600
   static std::uint32_t failureReportIntervalSec_;  // the same while a process is Failed; 600
 
@@ -96,6 +100,8 @@ class Processes {
   [[nodiscard]] int ReportMetrics();
 
  private:
+  [[nodiscard]] int FetchAndReconcile(const std::string& version);
+  [[nodiscard]] std::thread StartReceiver();
   void FetchWhenDue();
   void RunPass();
   void DrainHeartbeats();

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <exception>
+#include <utility>
 
 #include "cloud/http_request.h"
 #include "platform/clock.h"
@@ -30,6 +32,14 @@ void CarryOver(Process& running, std::vector<Process>& fresh) {
 }  // namespace
 
 int Processes::GetProcesses(const std::string& version) {
+  try {
+    return FetchAndReconcile(version);
+  } catch (const std::exception&) {
+    return 1;
+  }
+}
+
+int Processes::FetchAndReconcile(const std::string& version) {
   std::vector<char> body;
   const int requested = HttpRequest::Instance()->GetProcesses(version, body);
   if (requested != 0) {
@@ -40,11 +50,11 @@ int Processes::GetProcesses(const std::string& version) {
   std::vector<Process> fresh;
   const int parsed = ParseResponse(text.c_str(), fresh);
   if (parsed != 0) {
-    Log("Failed to parse processes from " + text);
+    Log(std::string("Failed to parse processes from ") + text.c_str());
     return parsed;
   }
   for (Process& running : processes) CarryOver(running, fresh);
-  processes = fresh;
+  processes = std::move(fresh);
   Log("Got " + ToString(processes.size()) + " processes from cloud");
   return 0;
 }

@@ -16,23 +16,23 @@ namespace fs = std::filesystem;
 using Keys = std::vector<const char*>;
 using Fields = std::map<std::string, std::string>;
 
-constexpr std::string_view kFilesPrefix = "/files/";
-const Keys kProcessesKeys = {"mac", "enr", "sc", "sv", "ts", "version", "processname"};
-const Keys kLocationKeys = {"mac", "enr", "sc", "sv", "ts", "processname", "filename", "version"};
+constexpr std::string_view filesPrefix = "/files/";
+const Keys processesKeys = {"mac", "enr", "sc", "sv", "ts", "version", "processname"};
+const Keys locationKeys = {"mac", "enr", "sc", "sv", "ts", "processname", "filename", "version"};
 
-constexpr std::string_view kUnreserved =
+constexpr std::string_view unreserved =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
 
 std::string PercentEncoded(std::string_view text) {
-  constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+  constexpr std::string_view hexDigits = "0123456789ABCDEF";
   std::string encoded;
   for (const char character : text) {
-    if (kUnreserved.find(character) != std::string_view::npos) {
+    if (unreserved.find(character) != std::string_view::npos) {
       encoded += character;
       continue;
     }
     const auto byte = static_cast<unsigned char>(character);
-    encoded += {'%', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
+    encoded += {'%', hexDigits[byte >> 4U], hexDigits[byte & 0xFU]};
   }
   return encoded;
 }
@@ -80,8 +80,8 @@ Answer ProcessesAnswer(const Service& service, const Fields& fields) {
   const std::string& label = fields.at("version");
   if (!IsLabel(label)) return ErrorAnswer(400, "\"version\" is no label");
   ManifestFile file = LoadManifest(service.folder, label);
-  if (file.state == ManifestFile::State::kMissing) return ErrorAnswer(404, file.error);
-  if (file.state == ManifestFile::State::kBroken) return ErrorAnswer(500, file.error);
+  if (file.state == ManifestFile::State::Missing) return ErrorAnswer(404, file.error);
+  if (file.state == ManifestFile::State::Broken) return ErrorAnswer(500, file.error);
 
   Answer answer;
   const std::string& name = fields.at("processname");
@@ -104,7 +104,7 @@ Answer LocationAnswer(const Service& service, const Fields& fields) {
   AddString(data, "filename", filename);
   AddString(data, "version", version);
   AddString(data, "url",
-            service.filesUrl + std::string(kFilesPrefix) + PercentEncoded(filename) + "/" +
+            service.filesUrl + std::string(filesPrefix) + PercentEncoded(filename) + "/" +
                 PercentEncoded(version));
   Answer answer;
   answer.body = CompactText(tree.get());
@@ -113,7 +113,7 @@ Answer LocationAnswer(const Service& service, const Fields& fields) {
 
 Answer PostProcesses(const Service& service, const std::string& body) {
   std::string error;
-  const auto fields = ReadRequest(body, kProcessesKeys, error);
+  const auto fields = ReadRequest(body, processesKeys, error);
   if (!fields) return ErrorAnswer(400, error);
   Answer answer = ProcessesAnswer(service, *fields);
   answer.note = Note(*fields, {"version", "processname", "mac"});
@@ -122,7 +122,7 @@ Answer PostProcesses(const Service& service, const std::string& body) {
 
 Answer PostLocation(const Service& service, const std::string& body) {
   std::string error;
-  const auto fields = ReadRequest(body, kLocationKeys, error);
+  const auto fields = ReadRequest(body, locationKeys, error);
   if (!fields) return ErrorAnswer(400, error);
   Answer answer = LocationAnswer(service, *fields);
   answer.note = Note(*fields, {"processname", "filename", "version", "mac"});
@@ -130,7 +130,7 @@ Answer PostLocation(const Service& service, const std::string& body) {
 }
 
 Answer GetFile(const Service& service, const std::string& path) {
-  const std::string rest = path.substr(kFilesPrefix.size());
+  const std::string rest = path.substr(filesPrefix.size());
   const std::size_t slash = std::min(rest.find('/'), rest.size());
   const std::string filename = rest.substr(0, slash);
   const std::string version = slash < rest.size() ? rest.substr(slash + 1) : "";
@@ -158,7 +158,7 @@ Answer HandleRequest(const Service& service, const std::string& method, const st
                      const std::string& body) {
   const bool processes = path == "/device/process/get_processes";
   const bool location = path == "/device/process/get_download_location";
-  const bool file = path.compare(0, kFilesPrefix.size(), kFilesPrefix) == 0;
+  const bool file = path.compare(0, filesPrefix.size(), filesPrefix) == 0;
   if (!processes && !location && !file) return ErrorAnswer(404, "unknown path");
   const std::string allowed = file ? "GET" : "POST";
   if (method != allowed) return ErrorAnswer(405, "this path takes " + allowed + " only");

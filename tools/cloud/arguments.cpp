@@ -25,8 +25,8 @@ std::optional<Arguments> Arguments::Parse(const std::vector<std::string>& words,
   }
   for (const auto& [name, allowed] : rules) {
     const std::size_t count = arguments.values.count(name);
-    if (count == 0 && allowed == OptionRule::Count::kOnce) error = name + " is missing";
-    if (count > 1 && allowed != OptionRule::Count::kAnyNumber) error = name + " is given twice";
+    if (count == 0 && allowed == OptionRule::Count::Once) error = name + " is missing";
+    if (count > 1 && allowed != OptionRule::Count::AnyNumber) error = name + " is given twice";
   }
   if (!error.empty()) return std::nullopt;
   return arguments;

@@ -9,9 +9,9 @@
 namespace standin {
 
 struct OptionRule {
-  enum class Count { kOnce, kAtMostOnce, kAnyNumber };
+  enum class Count { Once, AtMostOnce, AnyNumber };
   std::string name;  // with its dashes
-  Count count = Count::kOnce;
+  Count count = Count::Once;
 };
 
 class Arguments {

@@ -7,6 +7,8 @@
 #include <memory>
 #include <new>
 
+#include "platform/hex.h"
+
 namespace standin {
 namespace {
 
@@ -14,13 +16,6 @@ struct EvpContextFree {
   void operator()(EVP_MD_CTX* context) const noexcept { EVP_MD_CTX_free(context); }
 };
 using EvpContext = std::unique_ptr<EVP_MD_CTX, EvpContextFree>;
-
-std::string LowercaseHex(const unsigned char* bytes, unsigned count) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  for (unsigned i = 0; i < count; ++i) text += {kDigits[bytes[i] >> 4U], kDigits[bytes[i] & 0xFU]};
-  return text;
-}
 
 }  // namespace
 

@@ -15,7 +15,7 @@
 namespace standin {
 namespace {
 
-constexpr char kUsage[] =
+constexpr char usage[] =
     R"(usage: tolvar-cloud serve --root ROOT --cert FILE --key FILE [--listen ADDRESS] [--port PORT]
                           [--files-url URL]
        tolvar-cloud publish --root ROOT --label LABEL --process NAME --version VERSION
@@ -41,7 +41,7 @@ using Rules = std::vector<OptionRule>;
 using Count = OptionRule::Count;
 
 int Misuse(const std::string& message) {
-  std::cerr << "tolvar-cloud: " << message << "\n\n" << kUsage;
+  std::cerr << "tolvar-cloud: " << message << "\n\n" << usage;
   return 2;
 }
 
@@ -106,7 +106,7 @@ int RunWithdraw(const Arguments& arguments) {
   const std::string& name = arguments.Required("--process");
   if (!IsLabel(label)) return Fail("no label: " + label);
   ManifestFile file = LoadManifest(folder, label);
-  if (file.state != ManifestFile::State::kLoaded) return Fail(file.error);
+  if (file.state != ManifestFile::State::Loaded) return Fail(file.error);
   if (!file.manifest.Remove(name)) return Fail("no process " + name + " under " + label);
   std::string error;
   if (!PutText(folder.ManifestPath(label), file.manifest.Readable(), error)) return Fail(error);
@@ -122,7 +122,7 @@ int RunCopyLabel(const Arguments& arguments) {
     if (!IsLabel(label)) return Fail("no label: " + label);
   }
   const ManifestFile file = LoadManifest(folder, from);
-  if (file.state != ManifestFile::State::kLoaded) return Fail(file.error);
+  if (file.state != ManifestFile::State::Loaded) return Fail(file.error);
   std::string error;
   if (!PutText(folder.ManifestPath(to), file.text, error)) return Fail(error);
   std::cout << "copied " << from << " to " << to << "\n";
@@ -141,9 +141,9 @@ const std::vector<Command>& Commands() {
        {{"--root"},
         {"--cert"},
         {"--key"},
-        {"--listen", Count::kAtMostOnce},
-        {"--port", Count::kAtMostOnce},
-        {"--files-url", Count::kAtMostOnce}},
+        {"--listen", Count::AtMostOnce},
+        {"--port", Count::AtMostOnce},
+        {"--files-url", Count::AtMostOnce}},
        RunServe},
       {"publish",
        {{"--root"},
@@ -151,9 +151,9 @@ const std::vector<Command>& Commands() {
         {"--process"},
         {"--version"},
         {"--entrypoint"},
-        {"--maxstartuptime", Count::kAtMostOnce},
-        {"--maxretries", Count::kAtMostOnce},
-        {"--component", Count::kAnyNumber}},
+        {"--maxstartuptime", Count::AtMostOnce},
+        {"--maxretries", Count::AtMostOnce},
+        {"--component", Count::AnyNumber}},
        RunPublish},
       {"withdraw", {{"--root"}, {"--label"}, {"--process"}}, RunWithdraw},
       {"copy-label", {{"--root"}, {"--from"}, {"--to"}}, RunCopyLabel},
@@ -164,7 +164,7 @@ const std::vector<Command>& Commands() {
 int Main(const std::vector<std::string>& words) {
   if (words.empty()) return Misuse("no command");
   if (words[0] == "--help") {
-    std::cout << kUsage;
+    std::cout << usage;
     return 0;
   }
   for (const auto& command : Commands()) {

@@ -105,14 +105,14 @@ ManifestFile LoadManifest(const ReleaseFolder& folder, const std::string& label)
     file.error = "no manifest for label \"" + label + "\"";
     return file;
   }
-  file.state = ManifestFile::State::kBroken;
+  file.state = ManifestFile::State::Broken;
   file.error = "broken manifest of label \"" + label +
                "\": it must be readable, and JSON of the form " + R"({"data":{"processes":[...]}})";
   auto text = ReadText(path);
   if (!text) return file;
   auto manifest = Manifest::Parse(*text);
   if (!manifest) return file;
-  return {ManifestFile::State::kLoaded, std::move(*text), std::move(*manifest), ""};
+  return {ManifestFile::State::Loaded, std::move(*text), std::move(*manifest), ""};
 }
 
 }  // namespace standin

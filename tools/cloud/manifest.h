@@ -55,8 +55,8 @@ class Manifest {
 };
 
 struct ManifestFile {
-  enum class State { kLoaded, kMissing, kBroken };
-  State state = State::kMissing;
+  enum class State { Loaded, Missing, Broken };
+  State state = State::Missing;
   std::string text;   // as it lies on the disk, when loaded
   Manifest manifest;  // lists no process unless loaded
   std::string error;  // what to tell people, unless loaded

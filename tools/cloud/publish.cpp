@@ -12,7 +12,7 @@ namespace standin {
 namespace {
 
 // A heartbeat has room for this much of a name; a longer one could never be matched.
-constexpr std::size_t kMaxNameBytes = 131;
+constexpr std::size_t maxNameBytes = 131;
 
 std::vector<std::string> SplitAtCommas(const std::string& text) {
   std::vector<std::string> fields;
@@ -74,7 +74,7 @@ bool CheckDistinct(const std::vector<ComponentRelease>& components, std::string&
 
 bool ReadProcess(const PublishRequest& request, PublishPlan& plan, std::string& error) {
   if (!IsLabel(request.label)) error = "no label: " + request.label;
-  if (request.name.empty() || request.name.size() > kMaxNameBytes) {
+  if (request.name.empty() || request.name.size() > maxNameBytes) {
     error = "a process name has 1 to 131 bytes: " + request.name;
   }
   if (!error.empty()) return false;
@@ -98,7 +98,7 @@ std::optional<PublishPlan> PlanPublish(const ReleaseFolder& folder, const Publis
   if (!CheckDistinct(plan.process.components, error)) return std::nullopt;
 
   ManifestFile file = LoadManifest(folder, request.label);
-  if (file.state == ManifestFile::State::kBroken) {
+  if (file.state == ManifestFile::State::Broken) {
     error = file.error;
     return std::nullopt;
   }

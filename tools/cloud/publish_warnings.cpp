@@ -9,32 +9,32 @@
 namespace standin {
 namespace {
 
-constexpr std::size_t kCommandNameBytes = 15;
+constexpr std::size_t commandNameBytes = 15;
 
 bool IsPlain(const std::string& name) {
-  constexpr std::string_view kSpecial = " \t\n.[]{}()\\*+?^$|&;<>~#%!`'\"";
-  return name.find_first_of(kSpecial) == std::string::npos;
+  constexpr std::string_view special = " \t\n.[]{}()\\*+?^$|&;<>~#%!`'\"";
+  return name.find_first_of(special) == std::string::npos;
 }
 
 bool WouldKill(const std::string& name, const std::string& other) {
-  return other.substr(0, kCommandNameBytes).find(name) != std::string::npos;
+  return other.substr(0, commandNameBytes).find(name) != std::string::npos;
 }
 
 // An "&" of "&&" or of a redirection ("2>&1", "&>file") puts nothing into the background.
 bool RunsInBackground(const std::string& command) {
-  constexpr std::string_view kBefore = "&<>";
-  constexpr std::string_view kAfter = "&>";
+  constexpr std::string_view before = "&<>";
+  constexpr std::string_view after = "&>";
   const std::string padded = " " + command + " ";
   for (std::size_t i = padded.find('&'); i != std::string::npos; i = padded.find('&', i + 1)) {
-    const bool joined = kBefore.find(padded[i - 1]) != std::string_view::npos ||
-                        kAfter.find(padded[i + 1]) != std::string_view::npos;
+    const bool joined = before.find(padded[i - 1]) != std::string_view::npos ||
+                        after.find(padded[i + 1]) != std::string_view::npos;
     if (!joined) return true;
   }
   return false;
 }
 
 void WarnOfName(const std::string& name, std::vector<std::string>& warnings) {
-  if (name.size() > kCommandNameBytes) {
+  if (name.size() > commandNameBytes) {
     warnings.push_back(name + " is longer than 15 characters: the device will not find it to kill");
   }
   if (!IsPlain(name)) {

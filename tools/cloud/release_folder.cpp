@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kComponents = "files";
+constexpr std::string_view components = "files";
 
 bool Failed(const std::error_code& code, const fs::path& target, std::string& error) {
   if (!code) return false;
@@ -36,12 +36,12 @@ bool PutInPlace(const fs::path& temporary, const fs::path& target, std::string& 
 }  // namespace
 
 bool IsPathElement(std::string_view text) {
-  constexpr std::string_view kForbidden("/\0", 2);
+  constexpr std::string_view forbidden("/\0", 2);
   return !text.empty() && text != "." && text != ".." &&
-         text.find_first_of(kForbidden) == std::string_view::npos;
+         text.find_first_of(forbidden) == std::string_view::npos;
 }
 
-bool IsLabel(std::string_view text) { return IsPathElement(text) && text != kComponents; }
+bool IsLabel(std::string_view text) { return IsPathElement(text) && text != components; }
 
 fs::path ReleaseFolder::ManifestPath(const std::string& label) const {
   return root / label / "manifest.json";
@@ -49,7 +49,7 @@ fs::path ReleaseFolder::ManifestPath(const std::string& label) const {
 
 fs::path ReleaseFolder::ComponentPath(const std::string& filename,
                                       const std::string& version) const {
-  return root / kComponents / filename / version;
+  return root / components / filename / version;
 }
 
 std::optional<std::string> ReadText(const fs::path& path) {

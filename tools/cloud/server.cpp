@@ -17,10 +17,10 @@ namespace standin {
 namespace {
 
 // The requests of the API are a few hundred bytes long.
-constexpr std::size_t kMaxBodyBytes = std::size_t{64} * 1024;
+constexpr std::size_t maxBodyBytes = std::size_t{64} * 1024;
 // One TLS record. A block of several would have to reach a slow client within one write time-out.
-constexpr std::size_t kBlockBytes = std::size_t{16} * 1024;
-constexpr char kJson[] = "application/json";
+constexpr std::size_t blockBytes = std::size_t{16} * 1024;
+constexpr char json[] = "application/json";
 
 // Any request's text may end up in the log: keep its line a line.
 void Log(std::string line) {
@@ -42,12 +42,12 @@ std::string LogStart(const httplib::Request& request, const Answer& answer, int 
 void Send(const httplib::Request& request, const Answer& answer, httplib::Response& response) {
   Log(LogStart(request, answer, answer.status));
   response.status = answer.status;
-  response.set_content(answer.body, kJson);
+  response.set_content(answer.body, json);
 }
 
 bool SendBlock(std::ifstream& file, std::size_t offset, std::size_t length,
                httplib::DataSink& sink) {
-  std::array<char, kBlockBytes> block;
+  std::array<char, blockBytes> block;
   file.seekg(static_cast<std::streamoff>(offset));
   file.read(block.data(), static_cast<std::streamsize>(std::min(length, block.size())));
   if (file.gcount() == 0) return false;
@@ -96,14 +96,14 @@ void SetHandlers(const Service& service, httplib::Server& server) {
     handle(request, response);
     return httplib::Server::HandlerResponse::Handled;
   });
-  constexpr char kAnyPath[] = R"([\s\S]*)";
-  server.Get(kAnyPath, handle).Post(kAnyPath, handle).Put(kAnyPath, handle);
-  server.Patch(kAnyPath, handle).Delete(kAnyPath, handle).Options(kAnyPath, handle);
+  constexpr char anyPath[] = R"([\s\S]*)";
+  server.Get(anyPath, handle).Post(anyPath, handle).Put(anyPath, handle);
+  server.Patch(anyPath, handle).Delete(anyPath, handle).Options(anyPath, handle);
   server.set_error_handler(CompleteError);
 }
 
 void SetLimits(httplib::Server& server) {
-  server.set_payload_max_length(kMaxBodyBytes);
+  server.set_payload_max_length(maxBodyBytes);
   // A device makes a connection per request; idle ones would only hold up the end.
   server.set_keep_alive_max_count(1);
   // The library's default shares a busy port with its other user instead of reporting it.
