@@ -1,11 +1,18 @@
 # A cloud, a host and applications inside the bench device, and how to act on them. Sourced by what
-# plays there; the sourcing script sets build, the folder of a build.
+# plays there; the sourcing script sets build, the folder of a build, and may set target to have host
+# and plug-in run as those of the target, under the emulator.
 # shellcheck shell=bash disable=SC2034,SC2154
 
 readonly work=/run/demo
 readonly releases=$work/releases host_log=$work/host.log reports=$work/reports
 readonly cloud=$build/tools/cloud/tolvar-cloud
 readonly busy_file=$work/busy
+if [[ -n ${target:-} ]]; then
+  host_command=(qemu-mipsel-static -L build/sysroot-mipsel build/mipsel/tools/host/tolvar-host
+    --stamp build/mipsel/libtolvar.so)
+else
+  host_command=("$build/tools/host/tolvar-host" --stamp "$build/libtolvar.so")
+fi
 
 wait_for() {  # SECONDS CONDITION...
   local deadline=$((${EPOCHREALTIME/./} + $1 * 1000000))
@@ -56,8 +63,7 @@ make_world() {
 }
 
 start_host() {
-  TOLVAR_METRICS_FILE=$reports "$build/tools/host/tolvar-host" --stamp "$build/libtolvar.so" \
-    >>"$host_log" 2>&1 &
+  TOLVAR_METRICS_FILE=$reports "${host_command[@]}" >>"$host_log" 2>&1 &
   host_pid=$!
 }
 

@@ -1,8 +1,9 @@
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <limits>
-#include <unordered_map>
 
 #include "component/storage.h"
 #include "platform/log.h"
@@ -10,6 +11,11 @@
 #include "supervisor/to_string.h"
 
 namespace {
+
+struct Setting {
+  const char* key;  // with its "="
+  std::uint32_t& interval;
+};
 
 constexpr char configPath[] = "/etc/config/.tolvar_config";
 
@@ -25,12 +31,12 @@ int DecimalInt(const char* text) {
 }  // namespace
 
 void Processes::ReadConfig() {
-  const std::unordered_map<std::string, std::uint32_t&> configKeyTable = {
+  const std::array<Setting, 4> configKeyTable = {{
       {"bootstrap_interval=", bootstrapIntervalSec_},
       {"max_heartbeat_interval=", maxHeartbeatIntervalSec_},
       {"metrics_report_interval=", metricsReportIntervalSec_},
       {"failure_metrics_report_interval=", failureReportIntervalSec_},
-  };
+  }};
   if (!FileExists(configPath)) {
     Log(std::string("don't have config file ") + configPath + ", taking default configuration");
     return;
@@ -39,8 +45,8 @@ void Processes::ReadConfig() {
   std::string line;
   while (std::getline(file, line)) {
     for (const auto& [key, interval] : configKeyTable) {
-      if (line.compare(0, key.size(), key) != 0) continue;
-      interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + key.size()));
+      if (line.rfind(key, 0) != 0) continue;
+      interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + std::strlen(key)));
       Log(key + ToString(interval));
     }
   }
