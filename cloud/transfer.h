@@ -4,12 +4,14 @@
 
 #include <curl/curl.h>
 
+#include <type_traits>
 #include <vector>
 
 // Sets one option. A refusal (out of memory) is not looked at: libcurl's default then stands, which
 // for a missing CA file is its built-in one. Numbers must be given as long.
 template <typename Value>
 void SetOption(CURL* handle, CURLoption option, Value value) {
+  static_assert(!std::is_same_v<Value, int>, "libcurl reads numbers as long");
   (void)curl_easy_setopt(handle, option, value);
 }
 

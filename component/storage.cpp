@@ -1,11 +1,14 @@
 #include "component/storage.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <fstream>
 
+#include "platform/clock.h"
 #include "platform/log.h"
 #include "platform/shell.h"
 
@@ -70,6 +73,25 @@ std::string ShellWord(const std::string& path) {
   return word + "'";
 }
 
+[[nodiscard]] bool IsBusy(const std::string& path) {
+  // Without waiting for the other end, should the path be that of a pipe.
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return errno == ETXTBSY;
+  (void)close(descriptor);  // nothing was written
+  return false;
+}
+
+// A program that was just killed holds its file for a moment more, since SIGKILL is asynchronous.
+// The copy over it would fail, which nobody looks at, and the old program would run as the new
+// version.
+void WaitWhileBusy(const std::string& path) {
+  constexpr unsigned limitMs = 2000;
+  constexpr unsigned stepMs = 10;
+  for (unsigned waitedMs = 0; waitedMs < limitMs && IsBusy(path); waitedMs += stepMs) {
+    SleepMillis(stepMs);
+  }
+}
+
 int EnsureDir(const std::string& path) {
   if (DirExists(path)) return 0;
   return CreateDir(path);
@@ -108,10 +130,12 @@ int RemovePath(const std::string& path) { return RunShell("rm -f " + ShellWord(p
 
 int CopyToPath(const std::string& dst, const std::string& src) {
   if (EnsureDir(ParentPath(dst)) != 0) return 1;
+  WaitWhileBusy(dst);
   return RunShell("cp -a " + ShellWord(src) + " " + ShellWord(dst)) ? 0 : 1;
 }
 
 int WriteFile(const std::string& path, const std::vector<char>& data) {
+  WaitWhileBusy(path);
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   if (!file) {
     Log("Failed to open file " + path);

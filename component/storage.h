@@ -8,9 +8,10 @@
 // download replaces the older copy there.
 //
 // Copying and removing are command lines for the shell: a failed "cp" or "rm" shows only later, in
-// the check of the copied file. Nothing throws but for want of memory; integer results are 0 for
-// success and 1 for failure. All run on the caller's thread and block as long as files and shell
-// do.
+// the check of the copied file. Writing and copying over a program's file wait until the kernel
+// lets go of it ("Text file busy" of a program just killed), for at most 2 seconds. Nothing throws
+// but for want of memory; integer results are 0 for success and 1 for failure. All run on the
+// caller's thread and block as long as files and shell do.
 #pragma once
 
 #include <string>

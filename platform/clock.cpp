@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <thread>
 
 std::int64_t NowMicros() {
   using std::chrono::duration_cast;
@@ -14,4 +15,8 @@ std::int64_t NowMicros() {
 void SleepSeconds(unsigned seconds) {
   // The seconds left after an interrupted sleep do not matter: deadlines are kept by the clock.
   (void)sleep(seconds);
+}
+
+void SleepMillis(unsigned milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }

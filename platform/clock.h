@@ -15,3 +15,6 @@ constexpr std::int64_t microsPerSec = 1000000;
 // Blocks the calling thread for `seconds` through the C library's `sleep`; a signal handler that
 // runs meanwhile ends the wait early.
 void SleepSeconds(unsigned seconds);
+
+// Blocks the calling thread for `milliseconds`.
+void SleepMillis(unsigned milliseconds);

@@ -1,72 +1,45 @@
 #include "cloud/identity.h"
 
-#include <cstdlib>
-
 #include "cloud/http_request.h"
 #include "tests/kit/device.h"
 
-namespace {
-
 using IdentityTest = DeviceTest;
-using testing::ElementsAre;
-
-constexpr char firstFile[] = "/etc/config/.user_config";
-constexpr char secondFile[] = "/config/.user_config";
 
 TEST_F(IdentityTest, TheTokenIsWhatFollowsTheFirstKey) {
-  const struct {
-    const char* first;  // null: the file is not there
-    const char* second;
-    const char* token;  // null: none
-  } cases[] = {
-      {"a=b\nfoo r_encr=ABCDEFGHIJKLMNOPQRS\n", nullptr, "ABCDEFGHIJKLMNOP"},
+  const std::string none = "none";  // as a file, as a token
+  const std::string rows[][3] = {
+      {"a=b\nfoo r_encr=ABCDEFGHIJKLMNOPQRS\n", none, "ABCDEFGHIJKLMNOP"},
       {"r_encr=one\nr_encr=two\n", "r_encr=three\n", "one"},
-      {"r_encr=short\r\n", nullptr, "short\r"},
-      {"r_encr=a r_encr=b", nullptr, "a r_encr=b"},
+      {"r_encr=short\r\n", none, "short\r"},
+      {"r_encr=a r_encr=b", none, "a r_encr=b"},
       {"r_encr=\n", "r_encr=second", ""},
       {"R_ENCR=x\nr_encr =x\n", "r_encr=second", "second"},
-      {"", nullptr, nullptr},
-      {nullptr, "r_encr=second", "second"},
-      {nullptr, nullptr, nullptr},
-  };
-  for (const auto& [first, second, token] : cases) {
-    Remove(firstFile);
-    Remove(secondFile);
-    if (first != nullptr) WriteText(firstFile, first);
-    if (second != nullptr) WriteText(secondFile, second);
-    std::string enr = "before";
-    EXPECT_EQ(GetENR(enr), token == nullptr ? 1 : 0);
-    EXPECT_EQ(enr, token == nullptr ? "before" : token);
+      {none, "r_encr=second", "second"},
+      {"", none, none}};
+  for (const auto& [first, second, token] : rows) {
+    Remove("/etc/config/.user_config");
+    Remove("/config/.user_config");
+    if (first != none) WriteText("/etc/config/.user_config", first);
+    if (second != none) WriteText("/config/.user_config", second);
+    std::string enr = none;
+    EXPECT_EQ(GetENR(enr), token == none ? 1 : 0);
+    EXPECT_EQ(enr, token);
   }
 }
 
 TEST_F(IdentityTest, OnlyAnInterfaceThatIsUpAndEthernetHasAnAddress) {
+  EXPECT_EQ(HttpRequest::Instance()->Init(), 0);
+  EXPECT_EQ(HttpRequest::mac + HttpRequest::enr, "02005e102030BENCHTOKEN012345");
+  EXPECT_EQ(log.Text(), "mac address 02005e102030\nGet enr successfully\n");
   std::string mac = "before";
   for (const char* name : {"lo", "wlan1", "", "fifteen-letters", "sixteen--letters"}) {
     EXPECT_EQ(GetMACAddress(name, mac), 1) << name;
-    EXPECT_EQ(mac, "before");
   }
-  EXPECT_EQ(GetMACAddress("wlan0", mac), 0);
-  EXPECT_EQ(mac, "02005e102030");
-  ASSERT_EQ(std::system("ip link set wlan0 down && ip link set wlan0 name fifteen-letters && "
-                        "ip link set fifteen-letters address 02:00:0a:ff:00:0f up"),
-            0);
+  EXPECT_EQ(std::system("ip link set wlan0 down"), 0);
+  EXPECT_EQ(HttpRequest::Instance()->Init() + GetMACAddress("wlan0", mac), 2);
+  EXPECT_EQ(mac, "before");
+  EXPECT_EQ(log.Text(), "");
+  EXPECT_EQ(std::system("ip link set wlan0 name fifteen-letters address 02:00:0a:ff:00:0f up"), 0);
   EXPECT_EQ(GetMACAddress("fifteen-letters", mac), 0);
   EXPECT_EQ(mac, "02000aff000f");
 }
-
-TEST_F(IdentityTest, InitNeedsTheInterfaceThenTheToken) {
-  HttpRequest client;
-  Remove(firstFile);
-  EXPECT_EQ(client.Init(), 1);
-  EXPECT_THAT(log.Lines(), ElementsAre("mac address 02005e102030"));
-  WriteText(firstFile, "r_encr=token\n");
-  EXPECT_EQ(client.Init(), 0);
-  EXPECT_EQ(HttpRequest::enr, "token");
-  EXPECT_THAT(log.Lines(), ElementsAre("mac address 02005e102030", "Get enr successfully"));
-  ASSERT_EQ(std::system("ip link set wlan0 down"), 0);
-  EXPECT_EQ(client.Init(), 1);
-  EXPECT_THAT(log.Lines(), ElementsAre());
-}
-
-}  // namespace

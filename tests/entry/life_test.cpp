@@ -1,18 +1,22 @@
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <new>
 #include <thread>
 #include <utility>
 
+#include "client/tolvar_heartbeat.h"
 #include "entry/tolvar.h"
 #include "supervisor/processes.h"
 #include "tests/kit/device.h"
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char tokenPath[] = "/etc/config/.user_config";
 
 std::size_t Entries(const char* directory) {
   const std::filesystem::directory_iterator entries(directory);
@@ -21,86 +25,114 @@ std::size_t Entries(const char* directory) {
 
 class LifeTest : public DeviceTest {
  protected:
-  LifeTest() { fakeClock.real = true; }
+  LifeTest() { traceCalls = true; }
+  // A heartbeat as an application sends it, waited for until it is queued. Its time stamp is the
+  // real time, far in the fake clock's future.
+  void Beat(const char* name) const {
+    tolvar_heartbeat heartbeat;
+    ASSERT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
+    EXPECT_EQ(tolvar_heartbeat_send(&heartbeat, name, 0), TOLVAR_HEARTBEAT_SENT);
+    tolvar_heartbeat_close(&heartbeat);
+    for (bool queued = false; !queued; std::this_thread::yield()) {
+      const std::lock_guard<std::mutex> lock(supervisor->heartbeatMutex);
+      queued = !supervisor->heartbeatQueue.empty();
+    }
+  }
+  // Twice, and launched again: while it runs only the first destruction counts.
+  void Destroy() const {
+    for (int times = 0; times < 2; ++times) {
+      destroy_tolvar(supervisor);
+      launch_tolvar(supervisor);
+    }
+  }
+  Processes* supervisor = static_cast<Processes*>(create_tolvar());
+  const std::string token = ReadText(tokenPath);
 };
 
-TEST_F(LifeTest, ANewSupervisorHoldsNothing) {
-  auto* supervisor = static_cast<Processes*>(create_tolvar());
-  ASSERT_NE(supervisor, nullptr);
-  EXPECT_EQ(supervisor->heartbeatSocket, -1);
-  EXPECT_TRUE(supervisor->processes.empty());
-  EXPECT_TRUE(supervisor->heartbeatQueue.empty());
-  EXPECT_FALSE(supervisor->stopRequested);
-  destroy_tolvar(supervisor);
+// The socket's name is taken and the identity missing at first; memory runs out as the first of two
+// processes is launched; later that one hangs.
+TEST_F(LifeTest, ALifeLineByLine) {
+  Processes holder;
+  ASSERT_EQ(holder.InitHeartbeatSocket(), 0);
+  Remove(tokenPath);
+  StartCloud().SetManifest("latest", Manifest({ProcessJson("a", "1"), ProcessJson("b", "1")}));
+  fakeShell.onCommand = [missing = true](const std::string& command) mutable {
+    if (command == "start a 1" && std::exchange(missing, false)) throw std::bad_alloc();
+    return true;
+  };
+  const std::function<void()> sleeps[] = {
+      [] {},
+      [&] { (void)close(std::exchange(holder.heartbeatSocket, -1)); },
+      [&] { WriteText(tokenPath, token); },
+      [] {},
+      [&] { Beat("b"), fakeClock.Advance(21490); },
+      [&] { Destroy(); }};
+  fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
+  launch_tolvar(supervisor);
+  const std::string taken = "bind heartbeat socket failed with error: Address already in use";
+  const std::string mac = "mac address 02005e102030";
+  const std::string request = "Get processes from domain https://cloud.test:8443, status 0";
+  const std::string got2 = "Got 2 processes from cloud";
+  const std::string launchedA = "Launch process a successfully";
+  const auto put = StartsWith("put_metrics_JSON ");
+  EXPECT_THAT(
+      log.Lines(),
+      ElementsAre(taken, "sleep 1", taken, "sleep 1", StartsWith("don't have config file"),
+                  "init_metrics_client", mac, "Init HttpRequest Instance failed", "sleep 5", mac,
+                  "Get enr successfully", request, got2, "Get latest version processes succeeded",
+                  // Without memory for one process the next has its turn, and the report.
+                  "$ pkill -9 a", "$ start a 1", "$ pkill -9 b", "$ start b 1",
+                  "Launched process b", "Launch process b successfully", put,
+                  HasSubstr(R"("name":"a","version":"1","state":"stopped")"), "sleep 1",
+                  // In the second pass there is memory.
+                  "$ pkill -9 a", "$ start a 1", "Launched process a", launchedA, "sleep 1",
+                  // In the third a fetch and a report are due, and only one process was heard.
+                  request, got2, "Process a failed to report heartbeat, heartbeatMissing 1",
+                  "$ pkill -9 a", "$ pkill -9 a", "$ start a 1", "Launched process a", launchedA,
+                  put, HasSubstr(R"("heartbeatMissing":"1")"), "sleep 1", "deinit_metrics_client"));
+  EXPECT_EQ(holder.InitHeartbeatSocket(), 0) << "the object and its socket are gone";
+}
+
+TEST_F(LifeTest, ADestroyedSupervisorEndsOnceItHasTheIdentityItWaitsFor) {
+  Remove(tokenPath);
+  fakeClock.onSleep = [this] { Destroy(), WriteText(tokenPath, token); };
+  launch_tolvar(supervisor);
+  const std::vector<std::string> lines = log.Lines();
+  EXPECT_THAT(lines, testing::Contains("sleep 5").Times(1));
+  EXPECT_EQ(lines.back(), "deinit_metrics_client");
+  EXPECT_LT(Processes::bootstrapIntervalSec_, 21600U) << "rescaled all the same";
+  EXPECT_EQ(Processes().InitHeartbeatSocket(), 0) << "the object and its socket are gone";
 }
 
 TEST_F(LifeTest, WhatIsNoLivingSupervisorIsIgnored) {
   int other = 0;
-  void* supervisor = create_tolvar();
-  void* second = create_tolvar();
   destroy_tolvar(supervisor);
-  for (void* pointer : {static_cast<void*>(nullptr), static_cast<void*>(&other), supervisor}) {
+  for (void* pointer : std::initializer_list<void*>{nullptr, &other, supervisor}) {
     launch_tolvar(pointer);
     destroy_tolvar(pointer);
   }
-  destroy_tolvar(second);
   EXPECT_THAT(log.Lines(), ElementsAre());
 }
 
-TEST_F(LifeTest, WaitsForTheSocketsNameThenReadsTheConfiguration) {
-  Processes holder;
-  ASSERT_EQ(holder.InitHeartbeatSocket(), 0);
-  fakeClock.real = false;
-  fakeClock.onSleep = [&holder] {
-    if (fakeClock.sleeps.size() == 3) (void)close(std::exchange(holder.heartbeatSocket, -1));
-  };
-  void* supervisor = create_tolvar();
-  static_cast<Processes*>(supervisor)->stopRequested = true;
-  launch_tolvar(supervisor);
-  launch_tolvar(supervisor);  // only once
-  destroy_tolvar(supervisor);
-  const std::string taken = "bind heartbeat socket failed with error: Address already in use";
-  EXPECT_THAT(log.Lines(),
-              ElementsAre(taken, taken, taken,
-                          "don't have config file /etc/config/.tolvar_config, taking default "
-                          "configuration",
-                          "mac address 02005e102030", "Get enr successfully"));
-  EXPECT_THAT(fakeClock.sleeps, ElementsAre(1, 1, 1));
-}
-
-// While the supervisor insists on a first set, runs its loop, waits for its identity.
-TEST_F(LifeTest, DestroyingStopsARunningSupervisor) {
-  for (const bool cloudUp : {false, true}) {
-    if (cloudUp) StartCloud().SetManifest("latest", Manifest({ProcessJson("a", "1")}));
-    void* supervisor = create_tolvar();
-    std::thread runner(launch_tolvar, supervisor);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    destroy_tolvar(supervisor);
-    destroy_tolvar(supervisor);
-    runner.join();
-    EXPECT_THAT(log.Lines(), Contains(cloudUp ? "Launch process a successfully"
-                                              : "Failed to get processes for version latest"));
-  }
-}
-
 TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
-  std::size_t descriptors = 0;
-  std::size_t threads = 0;
+  fakeClock.real = true;
+  std::size_t descriptors = 0, threads = 0;
   for (unsigned round = 0; round < 60; ++round) {
     if (round == 1) {  // the first thread may have brought a sanitizer's own
       descriptors = Entries("/proc/self/fd");
       threads = Entries("/proc/self/task");
     }
-    void* supervisor = create_tolvar();
     std::thread runner(launch_tolvar, supervisor);
     std::this_thread::sleep_for(std::chrono::microseconds(round * round));
     std::thread destroyer(destroy_tolvar, supervisor);
     destroy_tolvar(supervisor);
     destroyer.join();
     runner.join();
+    supervisor = static_cast<Processes*>(create_tolvar());
   }
   EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
-  EXPECT_EQ(Entries("/proc/self/task"), threads);
+  // A joined thread may take a moment to leave the kernel's list; a leaked one never does.
+  while (Entries("/proc/self/task") != threads) std::this_thread::yield();
 }
 
 }  // namespace

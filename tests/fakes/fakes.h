@@ -1,7 +1,8 @@
-// The other side of the seams: a clock, a sleep and a shell that the tests script. One test runs in
-// a process, so there is nothing to reset.
+// The other side of the seams: a clock, a sleep, a shell and a metrics client that tests script.
+// One test runs in a process, so there is nothing to reset.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -10,10 +11,9 @@
 struct FakeClock {
   // 2024-11-15, so that negative and wrapped differences would show. Sleeping moves it on.
   std::int64_t nowMicros = 1'731'711'234'567'890;
-  std::vector<unsigned> sleeps;
-  std::function<void()> onSleep;  // runs in each sleep, after the clock has moved
-  bool real = false;              // read the real clock and sleep a millisecond per second
-
+  std::function<void()> onSleep;   // runs in each sleep, after the clock has moved
+  bool real = false;               // read the real clock and sleep a millisecond per second
+  std::atomic<unsigned> reads{0};  // of the clock
   void Advance(std::int64_t seconds) { nowMicros += seconds * 1'000'000; }
 };
 
@@ -26,3 +26,6 @@ struct FakeShell {
 
 extern FakeClock fakeClock;
 extern FakeShell fakeShell;
+// Whether the log shows the fakes' calls between the lines of the code under test: "$ COMMAND",
+// "sleep SECONDS", "put_metrics_JSON KIND LEVEL KEY JSON" and so on.
+extern bool traceCalls;

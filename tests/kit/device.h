@@ -3,45 +3,82 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/fakes/fakes.h"
 #include "tests/kit/cloud.h"
 
-// What the code under test has written to standard output since the construction.
+// What standard output has received since the construction.
 class LogCapture {
  public:
-  LogCapture();
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-  ~LogCapture();
-  // The lines since the last call.
-  [[nodiscard]] std::vector<std::string> Lines();
+  LogCapture() {
+    EXPECT_NE(std::freopen("/run/standard_output", "a", stdout), nullptr);
+    file_.open("/run/standard_output");
+  }
+  ~LogCapture() {
+    (void)std::fflush(stdout);
+    (void)dup2(output_, STDOUT_FILENO);
+    file_.seekg(0);
+    // What went wrong was written there, too.
+    if (testing::Test::HasFailure()) std::cout << file_.rdbuf() << std::flush;
+  }
+  // What has come since the last call.
+  [[nodiscard]] std::string Text() {
+    std::ostringstream text;
+    text << file_.rdbuf();
+    return text.str();
+  }
+  [[nodiscard]] std::vector<std::string> Lines() {
+    std::istringstream text(Text());
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+  }
 
  private:
-  int capture_;
-  int output_;
-  long read_ = 0;
+  int output_ = dup(STDOUT_FILENO);
+  std::ifstream file_;
 };
+
+inline void WriteText(const std::string& path, const std::string& text) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// "" when it is not there.
+[[nodiscard]] inline std::string ReadText(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+[[nodiscard]] inline bool Exists(const std::string& path) { return std::filesystem::exists(path); }
+inline void Remove(const std::string& path) { std::filesystem::remove_all(path); }
 
 // Refuses to run outside the bench device, where the device's paths would be this machine's.
 class DeviceTest : public testing::Test {
  protected:
-  DeviceTest();
-
+  DeviceTest() {
+    if (std::getenv("TOLVAR_BENCH") != nullptr) return;
+    (void)std::fputs("run me through tools/bench-device\n", stderr);
+    std::exit(1);
+  }
   // Starts the cloud, with the device trusting it.
-  TestCloud& StartCloud();
+  TestCloud& StartCloud() {
+    WriteText("/tmp/cacert.pem", ReadText(TOLVAR_TEST_CERTS "/ca.pem"));
+    cloud = std::make_unique<TestCloud>(TOLVAR_TEST_CERTS);
+    return *cloud;
+  }
 
   LogCapture log;
   std::unique_ptr<TestCloud> cloud;
 };
-
-void WriteText(const std::string& path, const std::string& text);
-[[nodiscard]] std::string ReadText(const std::string& path);  // "" when it is not there
-[[nodiscard]] bool Exists(const std::string& path);
-void Remove(const std::string& path);
-[[nodiscard]] std::string Md5(const std::string& bytes);
-[[nodiscard]] std::vector<char> Bytes(const std::string& text);

@@ -1,0 +1,187 @@
+#include "process/process.h"
+
+#include <sstream>
+
+#include "tests/kit/device.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using State = Process::State;
+
+// What the log shows of the steps of "app" 1 and of its replacement 2.
+const std::string kill = "$ pkill -9 app\n";
+const std::string launched = "Launched process app\nLaunch process app successfully\n";
+const std::string start1 = "$ start app 1\n", launch1 = kill + start1 + launched;
+const std::string launch2 = kill + "$ start app 2\n" + launched;
+const std::string ahead = "Pre-download all components for process app\n";
+const std::string notAhead = "Failed to pre-download components for process app\n";
+const std::string requested = "Get processes from domain https://cloud.test:8443, status 0\n";
+const std::string noRollback =
+    "Get last known good version processes failed\nRollback process app unsuccessfully\n";
+
+Process App(const std::string& version) {
+  Process made;
+  made.name = "app";
+  made.version = version;
+  made.entrypoint = "start app " + version;
+  return made;
+}
+
+class ProcessTest : public DeviceTest {
+ protected:
+  ProcessTest() { traceCalls = true; }
+  std::string LogText() {
+    std::string text;
+    for (const std::string& line : log.Lines()) text += line + "\n";
+    return text;
+  }
+  std::string Step() {
+    process.StepState();
+    return LogText();
+  }
+  // State, version, retries, last status and, if any, the pending version.
+  [[nodiscard]] std::string Record() const {
+    std::ostringstream text;
+    text << process.StateInString() << " " << process.version << " " << process.retries << " "
+         << process.reportedStatus << (process.pending ? " " + process.pending->version : "");
+    return text.str();
+  }
+  void SetRecord(const std::string& record) {
+    std::istringstream words(record);
+    std::string state, pending;
+    process = App("1");
+    words >> state >> process.version >> process.retries >> process.reportedStatus >> pending;
+    process.state = state == "failed" ? State::Failed : State{state == "running"};
+    if (!pending.empty()) process.pending = std::make_shared<Process>(App(pending));
+  }
+
+  Process process = App("1");
+};
+
+TEST_F(ProcessTest, StateRetriesStatusAndAPendingVersionDecideAStep) {
+  const struct {
+    std::string before, log, after;
+  } rows[] = {
+      {"stopped 1 0 0", launch1, "running 1 1 0"},
+      {"running 1 1 0", "", "running 1 1 0"},
+      {"failed 1 4 0", kill + launch1, "running 1 5 0"},
+      {"failed 1 5 0", noRollback, "failed 1 0 0"},
+      {"running 1 4 0 2", ahead + kill + launch2, "running 2 1 0"},
+      {"running 1 4 1 2", ahead + kill + launch2, "running 2 1 0"},
+      {"running 1 4 3 2", ahead + kill + launch2, "running 2 1 0"},
+      {"running 1 4 -2 2", ahead + kill + launch2, "running 2 1 0"},
+      {"running 1 4 2 2", ahead, "running 1 4 2 2"},
+      {"failed 1 4 2 2", ahead + launch2, "running 2 1 0"},
+  };
+  Remove("/etc/config/.user_config");
+  for (const auto& [before, expected, after] : rows) {
+    SetRecord(before);
+    EXPECT_EQ(Step(), expected) << before;
+    EXPECT_EQ(Record(), after) << before;
+  }
+  process.state = State{3};
+  EXPECT_EQ(Step(), "");
+  EXPECT_EQ(process.StateInString(), "");
+}
+
+TEST_F(ProcessTest, LaunchesStrictlyPastTheTimeAndWaitsFromTheEndOfIt) {
+  process.nextLaunchTime = 1'731'711'240;
+  process.backoff = 32;
+  process.lastHeartbeatMs = 7;
+  fakeShell.onCommand = [](const std::string&) { return fakeClock.Advance(100), true; };
+  fakeClock.nowMicros = process.nextLaunchTime * 1'000'000;
+  EXPECT_EQ(Step(), "");
+  ++fakeClock.nowMicros;
+  EXPECT_EQ(Step(), launch1);
+  EXPECT_EQ(process.launchTime, 1'731'711'440);
+  EXPECT_EQ(process.nextLaunchTime, 1'731'711'442);
+  EXPECT_EQ(process.backoff, 2);
+  EXPECT_EQ(process.lastHeartbeatMs, 7);
+}
+
+// One step a second with a shell that cannot run: when it launches, when it asks for a rollback.
+TEST_F(ProcessTest, FailedLaunchesBackOffAndLeadToARollback) {
+  Remove("/etc/config/.user_config");
+  std::vector<int> launches, rollbacks;
+  fakeShell.onCommand = [](const std::string&) { return false; };
+  for (int second = 0; second <= 320; ++second, fakeClock.Advance(1)) {
+    const std::string text = Step();
+    if (text == noRollback) rollbacks.push_back(second);
+    if (text == kill + start1 + "Launch process app unsuccessfully\n") launches.push_back(second);
+  }
+  EXPECT_THAT(launches, ElementsAre(0, 4, 12, 28, 60, 124, 188, 252, 316));
+  EXPECT_THAT(rollbacks, ElementsAre(61));
+  EXPECT_EQ(process.launchFailures, 9U);
+}
+
+TEST_F(ProcessTest, APendingVersionIsFetchedAheadOnceAndTheSwitchDoesNotWaitForIt) {
+  Remove("/etc/config/.user_config");
+  SetRecord("running 1 0 2 2");
+  process.pending->components.push_back({"app", "f", "/run/f", "2", Md5("f")});
+  EXPECT_THAT(Step(), EndsWith(notAhead));
+  const Process busy = process;
+  process.reportedStatus = 0;
+  EXPECT_THAT(Step(), testing::HasSubstr(notAhead + kill + kill));
+  EXPECT_EQ(Record(), "failed 2 1 0") << "the launch could not fetch it either";
+
+  process = busy;
+  process.pending->components.clear();
+  EXPECT_EQ(Step(), ahead) << "tried again";
+  EXPECT_EQ(Step(), "") << "once it is there, no more";
+  process.reportedStatus = 0;
+  EXPECT_EQ(Step(), kill + launch2);
+}
+
+TEST_F(ProcessTest, TheFirstComponentThatFailsEndsALaunchAndAPreDownload) {
+  StartCloud();
+  for (const std::string file : {"one", "two", "three"}) {
+    process.components.push_back({"app", file, "/run/app/" + file, "1", Md5(file)});
+    if (file != "two") cloud->SetFile(file, "1", {file});
+  }
+  EXPECT_EQ(process.Launch(), 1);
+  EXPECT_EQ(process.launchTime, 0);
+  EXPECT_THAT(cloud->Asked(), ElementsAre("one@1", "/files/one/1", "two@1"));
+  EXPECT_THAT(LogText(), EndsWith("\nFailed to get components for process app\n"));
+  EXPECT_EQ(process.PreDownload(), 1);
+  EXPECT_THAT(cloud->Asked(), ElementsAre("two@1")) << "the first is in place";
+  EXPECT_THAT(LogText(), EndsWith(notAhead));
+  cloud->SetFile("two", "1", {"two"});
+  EXPECT_EQ(process.PreDownload(), 0);
+  EXPECT_THAT(LogText(), EndsWith(ahead));
+}
+
+TEST_F(ProcessTest, TheFirstRecordOfTheAnswerDecidesARollback) {
+  const std::string good = ProcessJson("app", "0"), same = ProcessJson("app", "1");
+  const std::string odd = ProcessJson("App", "0"), next = ProcessJson("app", "2");
+  const struct {
+    std::string answer, line, after;
+    int result;
+  } rows[] = {
+      {"<html>", "Parse last known good version response failed, <html>\n", "failed 1 5 0", 1},
+      {"", "Parse last known good version response failed, \n", "failed 1 5 0", 1},
+      {Manifest({}), "Empty processes, rollback app failed\n", "failed 1 5 0", 1},
+      {Manifest({odd, good}), "Rollback from process app to App, looks wrong!\n", "failed 1 5 0",
+       1},
+      {Manifest({same, good}), "", "failed 1 5 0", 0},
+      {Manifest({good, odd}), "Process app rollback to version 0\n", "failed 1 5 0 0", 0},
+      {Manifest({next}), "Process app rollback to version 2\n", "failed 1 5 0 2", 0},
+      {Manifest({same}), "", "failed 1 5 0 2", 0},
+  };
+  StartCloud();
+  SetRecord("failed 1 5 0");
+  for (const auto& [answer, line, after, result] : rows) {
+    cloud->SetManifest("lastknowngood", answer, "app");
+    EXPECT_EQ(process.Rollback(), result) << answer;
+    EXPECT_EQ(LogText(), requested + line) << answer;
+    EXPECT_EQ(Record(), after) << answer;
+  }
+  SetRecord("failed 1 5 0");
+  cloud->SetManifest("lastknowngood", Manifest({next}), "app");
+  EXPECT_EQ(Step(), requested + "Process app rollback to version 2\n");
+  EXPECT_EQ(Record(), "failed 1 0 0 2");
+  EXPECT_EQ(Step(), ahead + kill + launch2);
+}
+
+}  // namespace

@@ -1,0 +1,167 @@
+#include <ctime>
+#include <new>
+#include <sstream>
+
+#include "supervisor/processes.h"
+#include "tests/kit/device.h"
+
+// In place of the C library's, for the one draw of a launch.
+static unsigned seed = 0;
+extern "C" int rand() noexcept { return 99; }
+extern "C" void srand(unsigned value) noexcept { seed = value; }
+
+namespace {
+
+using testing::ElementsAre;
+
+const std::string request = "Get processes from domain https://cloud.test:8443, status ";
+
+std::string Text(const Process& process) {
+  return process.StateInString() + " " + process.entrypoint +
+         (process.preDownloaded ? " fetched" : "") +
+         (process.pending ? " -> " + Text(*process.pending) : "");
+}
+
+class FetchTest : public DeviceTest {
+ protected:
+  FetchTest() {
+    traceCalls = true;
+    StartCloud();
+  }
+  // Lists `processes` under "latest": a letter and a digit for each, a "!" for another entry point.
+  void Serve(const std::string& processes) {
+    std::istringstream words(processes);
+    std::vector<std::string> elements;
+    for (std::string word; words >> word;) {
+      elements.push_back(ProcessJson(word.substr(0, 1), word.substr(1, 1)));
+      if (word.back() == '!') (void)elements.back().replace(elements.back().find("start"), 5, "go");
+    }
+    cloud->SetManifest("latest", Manifest(elements));
+  }
+  [[nodiscard]] std::string Set() const {
+    std::string text;
+    for (const Process& process : supervisor.processes) text += Text(process) + ", ";
+    return text;
+  }
+
+  Processes supervisor;
+};
+
+// Between two fetches all processes come to run, and what waits is fetched ahead.
+TEST_F(FetchTest, TheSetFollowsTheManifests) {
+  using Lines = std::vector<std::string>;
+  const std::string got1 = "Got 1 processes from cloud", got2 = "Got 2 processes from cloud";
+  const std::string waits = "Wait to stop process a for upgrading";
+  const std::string killA = "$ pkill -9 a", dropA = "Stop unused process a";
+  const struct {
+    const char* manifest;
+    Lines lines;
+    const char* set;
+  } rows[] = {
+      {"a1 b1", {got2}, "stopped start a 1, stopped start b 1, "},
+      {"b1 a1!", {got2}, "running start b 1, running start a 1, "},
+      {"b1 a2", {waits, got2}, "running start b 1, running start a 1 -> stopped start a 2, "},
+      {"b1 a1", {got2}, "running start b 1, running start a 1 -> stopped start a 2 fetched, "},
+      {"b1 a2", {waits, got2}, "running start b 1, running start a 1 -> stopped start a 2, "},
+      {"a3",
+       {"$ pkill -9 b", "Stop unused process b", waits, got1},
+       "running start a 1 -> stopped start a 3, "},
+      {"a1 a1", {got2}, "running start a 1 -> stopped start a 3 fetched, stopped start a 1, "},
+      {"A1", {killA, dropA, killA, dropA, got1}, "stopped start A 1, "},
+      {"", {"$ pkill -9 A", "Stop unused process A", "Got 0 processes from cloud"}, ""},
+  };
+  fakeShell.onCommand = [](const std::string&) { return false; };  // which nobody is to look at
+  for (auto [manifest, lines, set] : rows) {
+    Serve(manifest);
+    EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
+    lines.insert(lines.begin(), request + "0");
+    EXPECT_EQ(log.Lines(), lines) << manifest;
+    EXPECT_EQ(Set(), set) << manifest;
+    for (Process& process : supervisor.processes) {
+      process.state = Process::State::Running;
+      if (process.pending) process.pending->preDownloaded = true;
+    }
+  }
+}
+
+TEST_F(FetchTest, AFailureLeavesTheSetAlone) {
+  const auto expectFailure = [this](int result, const std::string& line) {
+    EXPECT_EQ(supervisor.GetProcesses("latest"), result) << line;
+    EXPECT_EQ(log.Lines().back(), line);
+    EXPECT_EQ(Set(), "stopped start a 1, ") << line;
+  };
+  Serve("a1");
+  EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
+  for (const std::string& broken : {Manifest({ProcessJson("b", "1"), "{}"}), std::string()}) {
+    cloud->SetManifest("latest", broken);
+    expectFailure(1, "Failed to parse processes from " + broken);
+  }
+  Serve("b1");
+  fakeShell.onCommand = [](const std::string&) -> bool { throw std::bad_alloc(); };
+  expectFailure(1, "$ pkill -9 a");
+  cloud.reset();
+  expectFailure(2, "Failed to get processes for version latest");
+  Remove("/etc/config/.user_config");
+  expectFailure(1, "Failed to get processes for version latest");
+}
+
+TEST_F(FetchTest, BootstrapInsistsAndFallsBackOnlyOnABadAnswer) {
+  cloud.reset();
+  const std::function<void()> sleeps[] = {
+      [this] { StartCloud(); }, [this] { cloud->SetManifest("lastknowngood", Manifest({})); },
+      [this] { supervisor.stopRequested = true; }};
+  fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
+  supervisor.Bootstrap();
+  const std::string unread = "Failed to parse processes from <html>no such page</html>";
+  const std::string unanswered = "Failed to get processes for version latest";
+  EXPECT_THAT(log.Lines(),
+              ElementsAre("Curl return code 7", request + "2", unanswered, "sleep 5",  //
+                          request + "0", unread, request + "0", unread,
+                          "Get last known good version processes failed", "sleep 5",  //
+                          request + "0", unread, request + "0", "Got 0 processes from cloud",
+                          "Get last known good version processes succeeded"));
+  EXPECT_THAT(cloud->Asked(),
+              ElementsAre("latest ", "lastknowngood ", "latest ", "lastknowngood "));
+  cloud.reset();
+  supervisor.Bootstrap();
+  EXPECT_THAT(log.Lines(), ElementsAre("Curl return code 7", request + "2", unanswered, "sleep 5"));
+}
+
+TEST_F(FetchTest, FetchesWhenMoreThanTheIntervalHasPassedSinceTheEndOfTheLastFetch) {
+  const struct {
+    const char* what;
+    std::uint32_t interval;
+    std::int64_t second;  // since the start, in which the pass begins
+    std::size_t fetches;
+  } rows[] = {
+      {"the bootstrap's, which ended in second 5", 10800, 5, 1},
+      {"just the interval", 10800, 10805, 0},
+      {"beyond it; the fetch takes 7 s", 10800, 10806, 1},
+      {"just the interval since its end", 10800, 21613, 0},
+      {"beyond it; the fetch fails", 10800, 21614, 1},
+      {"just the interval since it failed", 10800, 32414, 0},
+      {"beyond it", 10800, 32415, 1},
+      {"the clock set back by an hour", 10800, 28815, 0},
+      {"no interval", 0, 32416, 1},
+      {"the widest interval is not negative", 4294967295, 1'000'000'000, 0},
+  };
+  EXPECT_EQ(supervisor.InitHeartbeatSocket(), 0);
+  const std::int64_t start = fakeClock.nowMicros;
+  fakeShell.onCommand = [](const std::string&) { return fakeClock.Advance(7), true; };
+  cloud->SetManifest("latest", "broken");
+  fakeClock.onSleep = [&, row = rows]() mutable {
+    const std::size_t asked = cloud->Asked().size();
+    if (supervisor.lastBootstrapTime == 0) return Serve("a1");
+    EXPECT_EQ(asked, row->fetches) << row->what;
+    supervisor.stopRequested = ++row == std::end(rows);
+    if (supervisor.stopRequested) return;
+    cloud->SetManifest("latest", row->second == 21614 ? "broken" : Manifest({}));
+    fakeClock.nowMicros = start + row->second * 1'000'000;
+    Processes::bootstrapIntervalSec_ = row->interval;
+  };
+  supervisor.LaunchAll();
+  EXPECT_THAT(log.Lines(), testing::Contains("Get latest processes failed").Times(1));
+  EXPECT_NEAR(seed, static_cast<double>(std::time(nullptr)), 10);
+}
+
+}  // namespace
