@@ -44,7 +44,6 @@ TEST_F(HttpRequestTest, ACompletedTransferIsASuccessAndAFailedOneKeepsWhatCame) 
       {"announced huge", {"0123", 200, "text/plain", huge}, 18},
       {"refused", {}, 7, "https://cloud.test:1/"},
       {"no such host", {}, 6, "https://nowhere.invalid/"},
-      {"unknown protocol", {}, 1, "gopherus://cloud.test/"},
       {"unknown authority", {}, 60, fileUrl, "-unknown"},
       {"another host's certificate", {}, 60, fileUrl, "-other", "-other"},
       {"no authority", {}, 77, fileUrl, "", "/none"}};
