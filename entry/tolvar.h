@@ -8,11 +8,11 @@
  * launch_tolvar; whoever lets go of it last frees it. destroy_tolvar may therefore be called at any
  * moment and from any thread, also while launch_tolvar runs, has not begun yet or has returned: it
  * asks the supervisor to stop and returns at once. The pointer is dead for the host from then on.
- * launch_tolvar then returns when it is done with what it is at: a pass of about a second, longer by
- * each request (up to 30 s), download (up to 120 s) and shell command in it, or the 5 s between two
- * attempts to get a first process set. The host joins its thread before it unloads the plug-in or
- * leaves main. As long as the heartbeat socket's name is taken or the device's identity is missing,
- * launch_tolvar keeps waiting for them and does not return.
+ * launch_tolvar then returns when it is done with what it is at: a pass of about a second, longer
+ * by each request (up to 30 s), download (up to 120 s) and shell command in it, or the 5 s between
+ * two attempts to get a first process set. The host joins its thread before it unloads the plug-in
+ * or leaves main. As long as the heartbeat socket's name is taken or the device's identity is
+ * missing, launch_tolvar keeps waiting for them and does not return.
  *
  * A pointer that is null, or that create_tolvar did not give or destroy_tolvar has already taken,
  * is ignored (until create_tolvar gives the same address again), and so is a second launch of the

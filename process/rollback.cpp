@@ -12,7 +12,7 @@ int Process::Rollback() {
   const std::string text(body.begin(), body.end());
   std::vector<Process> answer;
   if (Processes::ParseResponse(text.c_str(), answer) != 0) {
-    Log(std::string("Parse last known good version response failed, ") + text.c_str());
+    Log("Parse last known good version response failed, " + text);
     return 1;
   }
   if (answer.empty()) {

@@ -50,7 +50,7 @@ int Processes::FetchAndReconcile(const std::string& version) {
   std::vector<Process> fresh;
   const int parsed = ParseResponse(text.c_str(), fresh);
   if (parsed != 0) {
-    Log(std::string("Failed to parse processes from ") + text.c_str());
+    Log("Failed to parse processes from " + text);
     return parsed;
   }
   for (Process& running : processes) CarryOver(running, fresh);

@@ -118,7 +118,7 @@ TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   fakeClock.real = true;
   std::size_t descriptors = 0, threads = 0;
   for (unsigned round = 0; round < 60; ++round) {
-    if (round == 1) {  // the first thread may have brought a sanitizer's own
+    if (round == 30) {  // by then a sanitizer or an emulator has started its own threads
       descriptors = Entries("/proc/self/fd");
       threads = Entries("/proc/self/task");
     }
@@ -132,7 +132,7 @@ TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   }
   EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
   // A joined thread may take a moment to leave the kernel's list; a leaked one never does.
-  while (Entries("/proc/self/task") != threads) std::this_thread::yield();
+  while (Entries("/proc/self/task") > threads) std::this_thread::yield();
 }
 
 }  // namespace

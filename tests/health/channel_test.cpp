@@ -1,7 +1,7 @@
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -13,12 +13,14 @@
 #include "supervisor/processes.h"
 #include "tests/kit/device.h"
 
-// In place of the C library's, to be able to fail.
+// In place of the C library's, to be able to fail. On 32 bits the name stands for another.
 static bool optionsFail = false;
 extern "C" int setsockopt(int descriptor, int level, int option, const void* value,
                           socklen_t size) noexcept {
-  if (optionsFail) return -1;
-  return static_cast<int>(syscall(SYS_setsockopt, descriptor, level, option, value, size));
+  void* next = dlsym(RTLD_NEXT, "__setsockopt64");
+  if (next == nullptr) next = dlsym(RTLD_NEXT, "setsockopt");
+  const auto call = reinterpret_cast<decltype(&setsockopt)>(next);
+  return optionsFail ? -1 : call(descriptor, level, option, value, size);
 }
 
 namespace {
