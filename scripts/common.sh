@@ -12,7 +12,7 @@ die() {
 }
 
 # Packages of the product, of its tools and tests, and of the bench device.
-build_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
+build_packages=(g++ make cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
   libcpp-httplib-dev libgtest-dev libgmock-dev libbenchmark-dev openssl)
 bench_packages=(util-linux mount iproute2 procps hostname)
 

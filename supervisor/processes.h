@@ -37,9 +37,8 @@ class Processes {
  public:
   // Seconds; written by ReadConfig, the first also by LaunchAll. Wide values stay positive: they
   // are compared as signed 64-bit numbers.
-  static std::uint32_t bootstrapIntervalSec_;  // between fetches of the set; 21600
-  static std::uint32_t
-      maxHeartbeatIntervalSec_;  // age of the newest heartbeat of a living process; 5
+  static std::uint32_t bootstrapIntervalSec_;      // between fetches of the set; 21600
+  static std::uint32_t maxHeartbeatIntervalSec_;   // limit of the newest heartbeat's age; 5
   static std::uint32_t metricsReportIntervalSec_;  // between reports; 3600
   static std::uint32_t failureReportIntervalSec_;  // the same while a process is Failed; 600
 
