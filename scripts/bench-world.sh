@@ -1,12 +1,14 @@
 # A cloud, a host and applications inside the bench device, and how to act on them. Sourced by what
-# plays there; the sourcing script sets build, the folder of a build, and may set target to have host
-# and plug-in run as those of the target, under the emulator.
+# plays there; the sourcing script sets build, the folder of a build, and may set examples, where the
+# applications to publish are, and target to have host and plug-in run as those of the target, under
+# the emulator.
 # shellcheck shell=bash disable=SC2034,SC2154
 
 readonly work=/run/demo
 readonly releases=$work/releases host_log=$work/host.log reports=$work/reports
 readonly cloud=$build/tools/cloud/tolvar-cloud
 readonly busy_file=$work/busy
+readonly examples=${examples:-$build/examples}
 if [[ -n ${target:-} ]]; then
   host_command=(qemu-mipsel-static -L build/sysroot-mipsel build/mipsel/tools/host/tolvar-host
     --stamp build/mipsel/libtolvar.so)
@@ -19,7 +21,7 @@ wait_for() {  # SECONDS CONDITION...
   shift
   until "$@"; do
     ((${EPOCHREALTIME/./} < deadline)) || return 1
-    sleep 0.05
+    sleep 0.02
   done
 }
 
@@ -45,7 +47,7 @@ publish() {  # NAME VERSION [MAXRETRIES]
   "$cloud" publish --root "$releases" --label latest --process "$name" \
     --version "$version" --maxstartuptime 2 --maxretries "${3:-2}" \
     --entrypoint "chmod +x $path; $path$options >>$work/$name.log 2>&1 </dev/null &" \
-    --component "$build/examples/$name-$version,$name,$path" >>"$work/publish.log" 2>&1
+    --component "$examples/$name-$version,$name,$path" >>"$work/publish.log" 2>&1
 }
 
 copy_label() {  # FROM TO
