@@ -1,3 +1,4 @@
+#include <exception>
 #include <memory>
 #include <mutex>
 
@@ -70,9 +71,20 @@ std::unique_ptr<Life> GiveUp(const void* supervisor) {
   return Unlink(life);
 }
 
+// Memory that is missing for the configuration is waited for: without it the intervals would be
+// others for as long as the device runs.
+[[nodiscard]] bool ConfigIsRead() {
+  try {
+    Processes::ReadConfig();
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
 void Run(Processes& supervisor) {
   while (supervisor.InitHeartbeatSocket() != 0) SleepSeconds(1);
-  Processes::ReadConfig();
+  while (!ConfigIsRead()) SleepSeconds(1);
   supervisor.LaunchAll();
 }
 
@@ -92,8 +104,8 @@ void launch_tolvar(void* supervisor) noexcept {
   try {
     Run(life->supervisor);
   } catch (...) {
-    // The loop holds its own ground; only memory missing while it is set up leads here. The host
-    // sees the launch return and may begin anew with another object.
+    // Every step holds its own ground; what is left is a metrics client that throws. The host sees
+    // the launch return and may begin anew with another object.
   }
   (void)EndRun(life);  // frees the object when the host has given it up
 }

@@ -20,6 +20,8 @@
  * cloud and of the metrics service are shared.
  *
  * Out of memory, the work at hand is given up and tried again in a later pass; supervision goes on.
+ * At the start, memory for the configuration and a thread for the heartbeats are waited for, asked
+ * for once a second; a destruction ends the wait for the thread.
  *
  * What the host must provide: /tmp/cacert.pem with the CA certificates for the cloud; a standard
  * output for the log; the default action for SIGCHLD (with SIGCHLD ignored, every launch fails).

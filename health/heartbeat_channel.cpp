@@ -3,7 +3,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -34,6 +36,14 @@ sockaddr_un HeartbeatAddress() {
   return setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) == 0;
 }
 
+// Without memory of its own, which may be what is missing.
+void LogBindFailure(const char* reason) {
+  std::array<char, 128> line = {};
+  (void)std::snprintf(line.data(), line.size(), "bind heartbeat socket failed with error: %s",
+                      reason);
+  Log(line.data());
+}
+
 }  // namespace
 
 int Processes::InitHeartbeatSocket() {
@@ -43,8 +53,7 @@ int Processes::InitHeartbeatSocket() {
     return 1;
   }
   if (!BindToName(heartbeatSocket)) {
-    const char* reason = std::strerror(errno);
-    Log(std::string("bind heartbeat socket failed with error: ") + reason);
+    LogBindFailure(std::strerror(errno));
   } else if (!LimitReceiveTime(heartbeatSocket)) {
     Log("Failed to setsockopt SO_RCVTIMEO");
   } else {

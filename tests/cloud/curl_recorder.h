@@ -1,9 +1,14 @@
-// Records what the code under test asks of libcurl, in order; every call goes on to libcurl itself.
+// Records what the code under test asks of libcurl, in order; every call goes on to libcurl itself,
+// but for the transfers of a test that answers them.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 
 extern struct CurlRecorder {
   std::string calls;  // each with a blank before it: " curl_easy_init", an option " TIMEOUT=120"
   bool noHandle = false;  // have curl_easy_init answer null
+  // Given the calls since the last transfer: the body that comes and libcurl's code.
+  std::function<std::pair<std::string, int>(const std::string&)> answer;
 } curlRecorder;

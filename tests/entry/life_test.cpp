@@ -8,6 +8,7 @@
 #include "client/tolvar_heartbeat.h"
 #include "entry/tolvar.h"
 #include "supervisor/processes.h"
+#include "tests/cloud/curl_recorder.h"
 #include "tests/kit/device.h"
 
 namespace {
@@ -26,13 +27,18 @@ std::size_t Entries(const char* directory) {
 class LifeTest : public DeviceTest {
  protected:
   LifeTest() { traceCalls = true; }
-  // A heartbeat as an application sends it, waited for until it is queued. Its time stamp is the
-  // real time, far in the fake clock's future.
-  void Beat(const char* name) const {
+  // A heartbeat as an application sends it. Its time stamp is the real time, far in the fake
+  // clock's future.
+  static tolvar_heartbeat_result Beat(const char* name) {
     tolvar_heartbeat heartbeat;
-    ASSERT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
-    EXPECT_EQ(tolvar_heartbeat_send(&heartbeat, name, 0), TOLVAR_HEARTBEAT_SENT);
+    EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
+    const tolvar_heartbeat_result result = tolvar_heartbeat_send(&heartbeat, name, 0);
     tolvar_heartbeat_close(&heartbeat);
+    return result;
+  }
+  // Waits until it is queued.
+  void BeatReceived(const char* name) const {
+    EXPECT_EQ(Beat(name), TOLVAR_HEARTBEAT_SENT);
     for (bool queued = false; !queued; std::this_thread::yield()) {
       const std::lock_guard<std::mutex> lock(supervisor->heartbeatMutex);
       queued = !supervisor->heartbeatQueue.empty();
@@ -65,7 +71,7 @@ TEST_F(LifeTest, ALifeLineByLine) {
       [&] { (void)close(std::exchange(holder.heartbeatSocket, -1)); },
       [&] { WriteText(tokenPath, token); },
       [] {},
-      [&] { Beat("b"), fakeClock.Advance(21490); },
+      [&] { BeatReceived("b"), fakeClock.Advance(21490); },
       [&] { Destroy(); }};
   fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
   launch_tolvar(supervisor);
@@ -114,18 +120,41 @@ TEST_F(LifeTest, WhatIsNoLivingSupervisorIsIgnored) {
   EXPECT_THAT(log.Lines(), ElementsAre());
 }
 
+// In each round something else is in its way until it has been given up. TOLVAR_STOP_ROUNDS: more
+// rounds.
 TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
+  const char* asked = std::getenv("TOLVAR_STOP_ROUNDS");
+  const unsigned rounds = asked == nullptr ? 60 : static_cast<unsigned>(std::atoi(asked));
+  const char* const obstacles[] = {"none", "get_processes", "https://u/", "socket", "wlan0"};
+  std::atomic<const char*> obstacle{nullptr};
+  curlRecorder.answer = [&obstacle](const std::string& calls) {
+    while (calls.find(obstacle) < calls.size()) std::this_thread::yield();
+    return ScriptedAnswer(calls, "1", "/run/app/engine");
+  };
   fakeClock.real = true;
   std::size_t descriptors = 0, threads = 0;
-  for (unsigned round = 0; round < 60; ++round) {
+  for (unsigned round = 0; round < rounds; ++round) {
     if (round == 30) {  // by then a sanitizer or an emulator has started its own threads
       descriptors = Entries("/proc/self/fd");
       threads = Entries("/proc/self/task");
     }
-    std::thread runner(launch_tolvar, supervisor);
-    std::this_thread::sleep_for(std::chrono::microseconds(round * round));
+    Remove("/run/app");
+    obstacle = obstacles[round % std::size(obstacles)];
+    auto holder = std::make_unique<Processes>();
+    const bool taken = obstacle == obstacles[3], offline = obstacle == obstacles[4];
+    EXPECT_EQ(taken ? holder->InitHeartbeatSocket() : 0, 0);
+    EXPECT_EQ(offline ? std::system("ip link set wlan0 down") : 0, 0);
+    std::atomic<bool> ended{false};
+    std::thread runner([&] { launch_tolvar(supervisor), ended = true; });
+    std::this_thread::sleep_for(std::chrono::microseconds(round * 7919 % 6000));
     std::thread destroyer(destroy_tolvar, supervisor);
     destroy_tolvar(supervisor);
+    holder.reset();
+    EXPECT_EQ(offline ? std::system("ip link set wlan0 up") : 0, 0);
+    obstacle = obstacles[0];
+    for (; !ended; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
+      (void)Beat("a");  // ends the receiver's wait
+    }
     destroyer.join();
     runner.join();
     supervisor = static_cast<Processes*>(create_tolvar());

@@ -8,12 +8,13 @@
 #include "platform/log.h"
 #include "platform/metrics_client.h"
 #include "platform/shell.h"
+#include "tests/fakes/scarcity.h"
 
 FakeClock fakeClock;
 FakeShell fakeShell;
 bool traceCalls = false;
 
-static void Trace(const std::string& call) {
+static void Trace(std::string_view call) {
   if (traceCalls) Log(call);
 }
 
@@ -25,6 +26,7 @@ std::int64_t NowMicros() {
 }
 
 void SleepSeconds(unsigned seconds) {
+  const Spared spared;
   Trace("sleep " + std::to_string(seconds));
   if (fakeClock.real) std::this_thread::sleep_for(std::chrono::milliseconds(seconds));
   fakeClock.Advance(seconds);
@@ -32,12 +34,14 @@ void SleepSeconds(unsigned seconds) {
 }
 
 void SleepMillis(unsigned milliseconds) {
+  const Spared spared;
   Trace("sleep " + std::to_string(milliseconds) + " ms");
   std::this_thread::sleep_for(std::chrono::milliseconds(1));
   if (fakeClock.onSleep) fakeClock.onSleep();
 }
 
 bool RunShell(const std::string& commandLine) {
+  const Spared spared;
   Trace("$ " + commandLine);
   fakeShell.commands.push_back(commandLine);
   if (fakeShell.onCommand && !fakeShell.onCommand(commandLine)) return false;
@@ -48,6 +52,7 @@ bool RunShell(const std::string& commandLine) {
 void init_metrics_client() { Trace("init_metrics_client"); }
 void deinit_metrics_client() { Trace("deinit_metrics_client"); }
 int put_metrics_JSON(int kind, int level, const char* key, const char* json) {
+  const Spared spared;
   const std::string numbers = std::to_string(kind) + " " + std::to_string(level) + " ";
   Trace("put_metrics_JSON " + numbers + key + " " + json);
   fakeClock.Advance(1);  // as a slow service

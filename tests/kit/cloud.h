@@ -145,3 +145,17 @@ class TestCloud {
                   R"(","entrypoint":"start )" + name + " " + version + R"(","components":[)",
               elements, "]}");
 }
+
+// What a cloud with one process "a" of `version`, which has one file at `path`, brings for a
+// transfer: its body and libcurl's code. `calls` are what was asked of libcurl for it.
+[[nodiscard]] inline std::pair<std::string, int> ScriptedAnswer(const std::string& calls,
+                                                                const std::string& version,
+                                                                const std::string& path) {
+  const std::string file = "f " + version + " " + path + " " + version;
+  if (calls.find("get_processes") < calls.size()) {
+    return {Manifest({ProcessJson("a", version, {file})}), 0};
+  }
+  const std::string location = R"({"data":{"filename":"f","version":")" + version;
+  if (calls.find("location") < calls.size()) return {location + R"(","url":"https://u/"}})", 0};
+  return {version, 0};
+}

@@ -1,0 +1,31 @@
+#include "tests/fakes/scarcity.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+
+Scarcity scarcity;
+thread_local bool Spared::now = false;
+
+void* Allocate(std::size_t size) {
+  const bool fails = !Spared::now && --scarcity.toComeFirst < 0 && --scarcity.toFail >= 0;
+  return fails ? nullptr : std::malloc(size);
+}
+
+void* operator new(std::size_t size) {
+  void* memory = Allocate(size);
+  return memory == nullptr ? throw std::bad_alloc() : memory;
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*run)(void*), void* argument) {
+  if (--scarcity.threadsToRefuse >= 0) return EAGAIN;
+  static const auto real =
+      reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  return real(thread, attributes, run, argument);
+}
