@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 
 #include <cstdarg>
+#include <utility>
+#include <vector>
 
 #include "cloud/http_request.h"
 #include "tests/fakes/scarcity.h"
@@ -12,8 +14,7 @@ CurlRecorder curlRecorder;
 
 namespace {
 
-// Where the next transfer's body goes.
-std::vector<char>* body = nullptr;
+std::vector<char>* body = nullptr;  // of the next transfer
 
 template <typename Function, typename... Arguments>
 auto Record(std::string_view call, Function* /*type*/, const char* name, Arguments... arguments) {

@@ -9,6 +9,6 @@
 extern struct CurlRecorder {
   std::string calls;  // each with a blank before it: " curl_easy_init", an option " TIMEOUT=120"
   bool noHandle = false;  // have curl_easy_init answer null
-  // Given the calls since the last transfer: the body that comes and libcurl's code.
+  // In place of each transfer: from the calls since the last one the body and libcurl's code.
   std::function<std::pair<std::string, int>(const std::string&)> answer;
 } curlRecorder;

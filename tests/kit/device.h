@@ -3,6 +3,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <linux/securebits.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -63,6 +67,37 @@ inline void WriteText(const std::string& path, const std::string& text) {
 
 [[nodiscard]] inline bool Exists(const std::string& path) { return std::filesystem::exists(path); }
 inline void Remove(const std::string& path) { std::filesystem::remove_all(path); }
+
+// By path what is there: one of these, or a file with such bytes.
+using Files = std::map<std::string, std::string>;
+inline const std::string absent = "(absent)", unreadable = "(unreadable)", folder = "(folder)";
+
+[[nodiscard]] inline Files FilesUnder(const std::string& root) {
+  Files found;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    const std::string path = entry.path(), bytes = entry.is_directory() ? folder : ReadText(path);
+    found[path] = access(path.c_str(), R_OK) == 0 ? bytes : unreadable;
+  }
+  return found;
+}
+
+// Has `files` lie under `root` and nothing else, and tells what then is there.
+inline Files LayFiles(const std::string& root, const Files& files) {
+  for (const auto& entry : std::filesystem::directory_iterator(root)) Remove(entry.path());
+  for (const auto& [path, bytes] : files) {
+    if (bytes == folder) std::filesystem::create_directories(path);
+    if (bytes != folder && bytes != absent) WriteText(path, bytes);
+    if (bytes == unreadable) std::filesystem::permissions(path, std::filesystem::perms::none);
+  }
+  return FilesUnder(root);
+}
+
+// Makes root one like any other, here and in the commands that it runs.
+inline void DropCapabilities() {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+  EXPECT_EQ(prctl(PR_SET_SECUREBITS, SECBIT_NOROOT) + syscall(SYS_capset, &header, none), 0);
+}
 
 // Refuses to run outside the bench device, where the device's paths would be this machine's.
 class DeviceTest : public testing::Test {
