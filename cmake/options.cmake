@@ -5,6 +5,7 @@ set(TOLVAR_CLOUD_URL "https://cloud.test:8443" CACHE STRING
 set(TOLVAR_METRICS_LIBRARY "" CACHE FILEPATH
     "The device's metrics client library; empty builds and links the stand-in")
 option(TOLVAR_DEVELOPER "Also build the tools, the examples and the tests" OFF)
+option(TOLVAR_FUZZ "With those, also build the fuzz targets" OFF)
 
 # Request URLs are the base URL plus a path that begins with "/", so a path or a trailing slash
 # here would make every request of every device miss: refuse it before it is compiled in.
