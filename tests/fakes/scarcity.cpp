@@ -8,7 +8,6 @@
 #include <new>
 
 Scarcity scarcity;
-thread_local bool Spared::now = false;
 
 void* Allocate(std::size_t size) {
   const bool fails = !Spared::now && --scarcity.toComeFirst < 0 && --scarcity.toFail >= 0;

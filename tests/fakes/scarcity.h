@@ -15,7 +15,7 @@ void* Allocate(std::size_t size);
 
 // While one lives, no allocation of its thread counts.
 struct Spared {
-  static thread_local bool now;
+  static inline thread_local bool now = false;
   bool before = now;
   Spared() { now = true; }
   ~Spared() { now = before; }
