@@ -7,8 +7,9 @@
 
 #include "client/tolvar_heartbeat.h"
 #include "entry/tolvar.h"
+#include "platform/json_owner.h"
 #include "supervisor/processes.h"
-#include "tests/cloud/curl_recorder.h"
+#include "tests/fakes/scarcity.h"
 #include "tests/kit/device.h"
 
 namespace {
@@ -17,32 +18,28 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr char tokenPath[] = "/etc/config/.user_config";
+const std::string tokenPath = "/etc/config/.user_config";
+const std::string live = "/run/app/engine", slot = "/run/app/engine.predownload";
 
 std::size_t Entries(const char* directory) {
   const std::filesystem::directory_iterator entries(directory);
   return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
-class LifeTest : public DeviceTest {
- protected:
-  LifeTest() { traceCalls = true; }
-  // A heartbeat as an application sends it. Its time stamp is the real time, far in the fake
-  // clock's future.
-  static tolvar_heartbeat_result Beat(const char* name) {
-    tolvar_heartbeat heartbeat;
-    EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
-    const tolvar_heartbeat_result result = tolvar_heartbeat_send(&heartbeat, name, 0);
-    tolvar_heartbeat_close(&heartbeat);
-    return result;
-  }
-  // Waits until it is queued.
-  void BeatReceived(const char* name) const {
-    EXPECT_EQ(Beat(name), TOLVAR_HEARTBEAT_SENT);
-    for (bool queued = false; !queued; std::this_thread::yield()) {
-      const std::lock_guard<std::mutex> lock(supervisor->heartbeatMutex);
-      queued = !supervisor->heartbeatQueue.empty();
-    }
+// A heartbeat as an application sends it: its time stamp is the real time, far in the fake clock's
+// future. Ends the receiver's wait.
+void Beat(const char* name) {
+  tolvar_heartbeat heartbeat;
+  EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
+  (void)tolvar_heartbeat_send(&heartbeat, name, 0);
+  tolvar_heartbeat_close(&heartbeat);
+}
+
+struct LifeTest : DeviceTest {
+  // One process "a" in `version`, with a file that holds the version.
+  void Release(const std::string& version) {
+    cloud.Set("latest ", Manifest("a " + version + " f " + version + " " + live + " " + version));
+    cloud.SetFile("f", version, version);
   }
   // Twice, and launched again: while it runs only the first destruction counts.
   void Destroy() const {
@@ -51,6 +48,11 @@ class LifeTest : public DeviceTest {
       launch_tolvar(supervisor);
     }
   }
+  static void ExpectNothingLeft() {
+    EXPECT_EQ(Processes().InitHeartbeatSocket(), 0) << "the object and its socket are gone";
+  }
+
+  FakeCloud cloud;
   Processes* supervisor = static_cast<Processes*>(create_tolvar());
   const std::string token = ReadText(tokenPath);
 };
@@ -58,20 +60,27 @@ class LifeTest : public DeviceTest {
 // The socket's name is taken and the identity missing at first; memory runs out as the first of two
 // processes is launched; later that one hangs.
 TEST_F(LifeTest, ALifeLineByLine) {
+  traceCalls = true;
   Processes holder;
   ASSERT_EQ(holder.InitHeartbeatSocket(), 0);
   Remove(tokenPath);
-  StartCloud().SetManifest("latest", Manifest({ProcessJson("a", "1"), ProcessJson("b", "1")}));
+  cloud.Set("latest ", Manifest("a 1,b 1"));
   fakeShell.onCommand = [missing = true](const std::string& command) mutable {
     if (command == "start a 1" && std::exchange(missing, false)) throw std::bad_alloc();
     return true;
+  };
+  const auto queued = [this] {
+    const std::lock_guard<std::mutex> lock(supervisor->heartbeatMutex);
+    return !supervisor->heartbeatQueue.empty();
   };
   const std::function<void()> sleeps[] = {
       [] {},
       [&] { (void)close(std::exchange(holder.heartbeatSocket, -1)); },
       [&] { WriteText(tokenPath, token); },
       [] {},
-      [&] { BeatReceived("b"), fakeClock.Advance(21490); },
+      [&] {
+        for (Beat("b"), fakeClock.Advance(21490); !queued();) std::this_thread::yield();
+      },
       [&] { Destroy(); }};
   fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
   launch_tolvar(supervisor);
@@ -96,10 +105,11 @@ TEST_F(LifeTest, ALifeLineByLine) {
                   request, got2, "Process a failed to report heartbeat, heartbeatMissing 1",
                   "$ pkill -9 a", "$ pkill -9 a", "$ start a 1", "Launched process a", launchedA,
                   put, HasSubstr(R"("heartbeatMissing":"1")"), "sleep 1", "deinit_metrics_client"));
-  EXPECT_EQ(holder.InitHeartbeatSocket(), 0) << "the object and its socket are gone";
+  ExpectNothingLeft();
 }
 
 TEST_F(LifeTest, ADestroyedSupervisorEndsOnceItHasTheIdentityItWaitsFor) {
+  traceCalls = true;
   Remove(tokenPath);
   fakeClock.onSleep = [this] { Destroy(), WriteText(tokenPath, token); };
   launch_tolvar(supervisor);
@@ -107,7 +117,7 @@ TEST_F(LifeTest, ADestroyedSupervisorEndsOnceItHasTheIdentityItWaitsFor) {
   EXPECT_THAT(lines, testing::Contains("sleep 5").Times(1));
   EXPECT_EQ(lines.back(), "deinit_metrics_client");
   EXPECT_LT(Processes::bootstrapIntervalSec_, 21600U) << "rescaled all the same";
-  EXPECT_EQ(Processes().InitHeartbeatSocket(), 0) << "the object and its socket are gone";
+  ExpectNothingLeft();
 }
 
 TEST_F(LifeTest, WhatIsNoLivingSupervisorIsIgnored) {
@@ -117,7 +127,7 @@ TEST_F(LifeTest, WhatIsNoLivingSupervisorIsIgnored) {
     launch_tolvar(pointer);
     destroy_tolvar(pointer);
   }
-  EXPECT_THAT(log.Lines(), ElementsAre());
+  EXPECT_EQ(log.Text(), "");
 }
 
 // In each round something else is in its way until it has been given up. TOLVAR_STOP_ROUNDS: more
@@ -125,11 +135,12 @@ TEST_F(LifeTest, WhatIsNoLivingSupervisorIsIgnored) {
 TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   const char* asked = std::getenv("TOLVAR_STOP_ROUNDS");
   const unsigned rounds = asked == nullptr ? 60 : static_cast<unsigned>(std::atoi(asked));
-  const char* const obstacles[] = {"none", "get_processes", "https://u/", "socket", "wlan0"};
+  const char* const obstacles[] = {"none", "get_processes", "https://files.", "socket", "wlan0"};
   std::atomic<const char*> obstacle{nullptr};
-  curlRecorder.answer = [&obstacle](const std::string& calls) {
+  Release("1");
+  curlRecorder.answer = [&, answer = curlRecorder.answer](const std::string& calls) {
     while (calls.find(obstacle) < calls.size()) std::this_thread::yield();
-    return ScriptedAnswer(calls, "1", "/run/app/engine");
+    return answer(calls);
   };
   fakeClock.real = true;
   std::size_t descriptors = 0, threads = 0;
@@ -152,9 +163,7 @@ TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
     holder.reset();
     EXPECT_EQ(offline ? std::system("ip link set wlan0 up") : 0, 0);
     obstacle = obstacles[0];
-    for (; !ended; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
-      (void)Beat("a");  // ends the receiver's wait
-    }
+    for (; !ended; std::this_thread::sleep_for(std::chrono::milliseconds(1))) Beat("a");
     destroyer.join();
     runner.join();
     supervisor = static_cast<Processes*>(create_tolvar());
@@ -162,6 +171,67 @@ TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   EXPECT_EQ(Entries("/proc/self/fd"), descriptors);
   // A joined thread may take a moment to leave the kernel's list; a leaked one never does.
   while (Entries("/proc/self/task") > threads) std::this_thread::yield();
+}
+
+// Lives from one version to the next, in which allocations fail or no thread is to be had.
+struct ScarcityTest : LifeTest {
+  ScarcityTest() {
+    destroy_tolvar(supervisor);
+    Spared::now = true;
+    cJSON_Hooks hooks = {Allocate, std::free};
+    cJSON_InitHooks(&hooks);
+    WriteText("/etc/config/.tolvar_config", "bootstrap_interval=0\n");
+    Remove("/media/mmc");
+    fakeShell.onCommand = [](const std::string& command) {
+      if (command.substr(0, 2) == "cp") WriteText(live, ReadText(slot));
+      return true;
+    };
+    fakeClock.onSleep = [this] { Step(); };
+  }
+  // Brings the second version once the first runs, and the end once that does or seems not to.
+  void Step() {
+    const std::vector<Process>& all = supervisor->processes;
+    const bool runs = all.size() == 1 && all[0].state == Process::State::Running;
+    if (runs && all[0].version == "1") Release("2");
+    if (++sleeps > 100 || (runs && all[0].version == "2")) destroy_tolvar(supervisor), Beat("a");
+  }
+  void Live() {
+    Remove("/run/app");
+    Release("1");
+    sleeps = 0;
+    Spared::now = false;
+    do supervisor = static_cast<Processes*>(create_tolvar());
+    while (supervisor == nullptr);
+    launch_tolvar(supervisor);
+    Spared::now = true;
+    EXPECT_LE(sleeps, 100);
+    EXPECT_EQ(ReadText(live), "2");
+    ExpectNothingLeft();
+  }
+  int sleeps = 0;
+};
+
+TEST_F(ScarcityTest, AnyAllocationsMayFail) {
+  Live();
+  scarcity.toComeFirst = 0;
+  Live();
+  const long all = -scarcity.toComeFirst;
+  EXPECT_GT(all, 200);
+  for (const int inARow : {1, 2, 50}) {
+    for (long before = 0; before < all && !HasFailure(); ++before) {
+      SCOPED_TRACE(before);
+      scarcity.toComeFirst = before;
+      scarcity.toFail = inARow;
+      Live();
+      EXPECT_LT(scarcity.toFail, inARow);
+    }
+  }
+}
+
+TEST_F(ScarcityTest, AThreadIsWaitedFor) {
+  scarcity.threadsToRefuse = 3;
+  Live();
+  EXPECT_EQ(scarcity.threadsToRefuse, -1) << "refused three, then gave the receiver's";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The one fixture: a device with its identity, files, log and, on request, a cloud.
+// The one fixture: a device with its identity, files and log.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -107,13 +106,6 @@ class DeviceTest : public testing::Test {
     (void)std::fputs("run me through tools/bench-device\n", stderr);
     std::exit(1);
   }
-  // Starts the cloud, with the device trusting it.
-  TestCloud& StartCloud() {
-    WriteText("/tmp/cacert.pem", ReadText(TOLVAR_TEST_CERTS "/ca.pem"));
-    cloud = std::make_unique<TestCloud>(TOLVAR_TEST_CERTS);
-    return *cloud;
-  }
 
   LogCapture log;
-  std::unique_ptr<TestCloud> cloud;
 };

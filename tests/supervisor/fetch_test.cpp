@@ -1,6 +1,5 @@
 #include <ctime>
 #include <new>
-#include <sstream>
 
 #include "supervisor/processes.h"
 #include "tests/kit/device.h"
@@ -15,6 +14,8 @@ namespace {
 using testing::ElementsAre;
 
 const std::string request = "Get processes from domain https://cloud.test:8443, status ";
+const std::string asked0 = request + "0", down = request + "2";
+const std::string unanswered = "Failed to get processes for version latest";
 
 std::string Text(const Process& process) {
   return process.StateInString() + " " + process.entrypoint +
@@ -22,32 +23,20 @@ std::string Text(const Process& process) {
          (process.pending ? " -> " + Text(*process.pending) : "");
 }
 
-class FetchTest : public DeviceTest {
- protected:
-  FetchTest() {
-    traceCalls = true;
-    StartCloud();
-  }
-  // Lists `processes` under "latest": a letter and a digit for each, a "!" for another entry point.
-  void Serve(const std::string& processes) {
-    std::istringstream words(processes);
-    std::vector<std::string> elements;
-    for (std::string word; words >> word;) {
-      elements.push_back(ProcessJson(word.substr(0, 1), word.substr(1, 1)));
-      if (word.back() == '!') (void)elements.back().replace(elements.back().find("start"), 5, "go");
-    }
-    cloud->SetManifest("latest", Manifest(elements));
-  }
+struct FetchTest : DeviceTest {
+  FetchTest() { traceCalls = true; }
   [[nodiscard]] std::string Set() const {
     std::string text;
     for (const Process& process : supervisor.processes) text += Text(process) + ", ";
     return text;
   }
 
+  FakeCloud cloud;
   Processes supervisor;
 };
 
-// Between two fetches all processes come to run, and what waits is fetched ahead.
+// Between two fetches all processes come to run, and what waits is fetched ahead. An entry point
+// begins with the number of the manifest that brought it.
 TEST_F(FetchTest, TheSetFollowsTheManifests) {
   using Lines = std::vector<std::string>;
   const std::string got1 = "Got 1 processes from cloud", got2 = "Got 2 processes from cloud";
@@ -58,23 +47,24 @@ TEST_F(FetchTest, TheSetFollowsTheManifests) {
     Lines lines;
     const char* set;
   } rows[] = {
-      {"a1 b1", {got2}, "stopped start a 1, stopped start b 1, "},
-      {"b1 a1!", {got2}, "running start b 1, running start a 1, "},
-      {"b1 a2", {waits, got2}, "running start b 1, running start a 1 -> stopped start a 2, "},
-      {"b1 a1", {got2}, "running start b 1, running start a 1 -> stopped start a 2 fetched, "},
-      {"b1 a2", {waits, got2}, "running start b 1, running start a 1 -> stopped start a 2, "},
-      {"a3",
+      {"a 1,b 1", {got2}, "stopped 0 a 1, stopped 0 b 1, "},
+      {"b 1,a 1", {got2}, "running 0 b 1, running 0 a 1, "},
+      {"b 1,a 2", {waits, got2}, "running 0 b 1, running 0 a 1 -> stopped 2 a 2, "},
+      {"b 1,a 1", {got2}, "running 0 b 1, running 0 a 1 -> stopped 2 a 2 fetched, "},
+      {"b 1,a 2", {waits, got2}, "running 0 b 1, running 0 a 1 -> stopped 4 a 2, "},
+      {"a 3",
        {"$ pkill -9 b", "Stop unused process b", waits, got1},
-       "running start a 1 -> stopped start a 3, "},
-      {"a1 a1", {got2}, "running start a 1 -> stopped start a 3 fetched, stopped start a 1, "},
-      {"A1", {killA, dropA, killA, dropA, got1}, "stopped start A 1, "},
+       "running 0 a 1 -> stopped 5 a 3, "},
+      {"a 1,a 1", {got2}, "running 0 a 1 -> stopped 5 a 3 fetched, stopped 6 a 1, "},
+      {"A 1", {killA, dropA, killA, dropA, got1}, "stopped 7 A 1, "},
       {"", {"$ pkill -9 A", "Stop unused process A", "Got 0 processes from cloud"}, ""},
   };
   fakeShell.onCommand = [](const std::string&) { return false; };  // which nobody is to look at
+  int number = 0;
   for (auto [manifest, lines, set] : rows) {
-    Serve(manifest);
+    cloud.Set("latest ", Manifest(manifest, std::to_string(number++)));
     EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
-    lines.insert(lines.begin(), request + "0");
+    lines.insert(lines.begin(), asked0);
     EXPECT_EQ(log.Lines(), lines) << manifest;
     EXPECT_EQ(Set(), set) << manifest;
     for (Process& process : supervisor.processes) {
@@ -90,41 +80,41 @@ TEST_F(FetchTest, AFailureLeavesTheSetAlone) {
     EXPECT_EQ(log.Lines().back(), line);
     EXPECT_EQ(Set(), "stopped start a 1, ") << line;
   };
-  Serve("a1");
+  cloud.Set("latest ", Manifest("a 1"));
   EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
-  for (const std::string& broken : {Manifest({ProcessJson("b", "1"), "{}"}), std::string()}) {
-    cloud->SetManifest("latest", broken);
+  const std::string whole = Manifest("b 1");
+  for (const std::string& broken : {whole.substr(0, whole.size() - 3) + ",{}]}}", std::string()}) {
+    cloud.Set("latest ", broken);
     expectFailure(1, "Failed to parse processes from " + broken);
   }
-  Serve("b1");
+  cloud.Set("latest ", whole);
   fakeShell.onCommand = [](const std::string&) -> bool { throw std::bad_alloc(); };
   expectFailure(1, "$ pkill -9 a");
-  cloud.reset();
-  expectFailure(2, "Failed to get processes for version latest");
+  cloud.answers.clear();
+  expectFailure(2, unanswered);
   Remove("/etc/config/.user_config");
-  expectFailure(1, "Failed to get processes for version latest");
+  expectFailure(1, unanswered);
 }
 
 TEST_F(FetchTest, BootstrapInsistsAndFallsBackOnlyOnABadAnswer) {
-  cloud.reset();
   const std::function<void()> sleeps[] = {
-      [this] { StartCloud(); }, [this] { cloud->SetManifest("lastknowngood", Manifest({})); },
+      [this] { cloud.Set("latest ", "<html>"), cloud.Set("lastknowngood ", "<html>"); },
+      [this] { cloud.Set("lastknowngood ", Manifest("")); },
       [this] { supervisor.stopRequested = true; }};
   fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
   supervisor.Bootstrap();
-  const std::string unread = "Failed to parse processes from <html>no such page</html>";
-  const std::string unanswered = "Failed to get processes for version latest";
+  const std::string unread = "Failed to parse processes from <html>";
   EXPECT_THAT(log.Lines(),
-              ElementsAre("Curl return code 7", request + "2", unanswered, "sleep 5",  //
-                          request + "0", unread, request + "0", unread,
+              ElementsAre("Curl return code 7", down, unanswered, "sleep 5",  //
+                          asked0, unread, asked0, unread,
                           "Get last known good version processes failed", "sleep 5",  //
-                          request + "0", unread, request + "0", "Got 0 processes from cloud",
+                          asked0, unread, asked0, "Got 0 processes from cloud",
                           "Get last known good version processes succeeded"));
-  EXPECT_THAT(cloud->Asked(),
-              ElementsAre("latest ", "lastknowngood ", "latest ", "lastknowngood "));
-  cloud.reset();
+  EXPECT_THAT(cloud.asked,
+              ElementsAre("latest ", "latest ", "lastknowngood ", "latest ", "lastknowngood "));
+  cloud.answers.clear();
   supervisor.Bootstrap();
-  EXPECT_THAT(log.Lines(), ElementsAre("Curl return code 7", request + "2", unanswered, "sleep 5"));
+  EXPECT_THAT(log.Lines(), ElementsAre("Curl return code 7", down, unanswered, "sleep 5"));
 }
 
 TEST_F(FetchTest, FetchesWhenMoreThanTheIntervalHasPassedSinceTheEndOfTheLastFetch) {
@@ -148,14 +138,13 @@ TEST_F(FetchTest, FetchesWhenMoreThanTheIntervalHasPassedSinceTheEndOfTheLastFet
   EXPECT_EQ(supervisor.InitHeartbeatSocket(), 0);
   const std::int64_t start = fakeClock.nowMicros;
   fakeShell.onCommand = [](const std::string&) { return fakeClock.Advance(7), true; };
-  cloud->SetManifest("latest", "broken");
   fakeClock.onSleep = [&, row = rows]() mutable {
-    const std::size_t asked = cloud->Asked().size();
-    if (supervisor.lastBootstrapTime == 0) return Serve("a1");
+    const std::size_t asked = std::exchange(cloud.asked, {}).size();
+    if (supervisor.lastBootstrapTime == 0) return cloud.Set("latest ", Manifest("a 1"));
     EXPECT_EQ(asked, row->fetches) << row->what;
     supervisor.stopRequested = ++row == std::end(rows);
     if (supervisor.stopRequested) return;
-    cloud->SetManifest("latest", row->second == 21614 ? "broken" : Manifest({}));
+    cloud.Set("latest ", row->second == 21614 ? "broken" : Manifest(""));
     fakeClock.nowMicros = start + row->second * 1'000'000;
     Processes::bootstrapIntervalSec_ = row->interval;
   };

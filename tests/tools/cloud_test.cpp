@@ -3,6 +3,9 @@
 #include "tools/cloud/api.h"
 #include "tools/cloud/publish.h"
 
+constexpr char processesPath[] = "/device/process/get_processes";
+constexpr char locationPath[] = "/device/process/get_download_location";
+
 struct CloudTest : DeviceTest {
   // How many warnings came with it, or -1 when it was refused.
   int Publish(const std::string& name, const std::string& version,
