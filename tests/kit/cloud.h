@@ -64,22 +64,20 @@ struct FakeCloud {
   return LowercaseHex(digest, length);
 }
 
-// Of processes with commas between them, each "<name> <version>" or, with a component,
-// "<name> <version> <filename> <version> <localpath> <bytes>". `start` begins the entry points.
+// Of processes with commas between them, each "<name> <version>" or "<name> <version> <localpath>"
+// with a component "f" there, whose bytes are the version. `start` begins the entry points.
 [[nodiscard]] inline std::string Manifest(const std::string& processes,
                                           const std::string& start = "start") {
   std::string text;
   std::istringstream rest(processes);
   for (std::string process; std::getline(rest, process, ',');) {
-    std::string name, version, file, number, path, bytes;
-    std::istringstream(process) >> name >> version >> file >> number >> path >> bytes;
-    text += (text.empty() ? "" : ",") + ("{'processname':'" + name) + "','version':'" + version +
-            "','entrypoint':'" + start + " " + name + " " + version + "','components':[";
-    if (!file.empty()) {
-      text += "{'filename':'" + file + "','localpath':'" + path + "','version':'" + number +
-              "','checksum':'" + Md5(bytes) + "'}";
-    }
-    text += "]}";
+    std::string name, number, path;
+    std::istringstream(process) >> name >> number >> path;
+    const std::string version = "','version':'" + number, entry = start + " " + name + " " + number;
+    const std::string file = "{'filename':'f','localpath':'" + path + version + "','checksum':'";
+    text += (text.empty() ? "{'processname':'" : ",{'processname':'") + name + version +
+            "','entrypoint':'" + entry + "','components':[" +
+            (path.empty() ? "" : file + Md5(number) + "'}") + "]}";
   }
   return Json("{'data':{'processes':[" + text + "]}}");
 }

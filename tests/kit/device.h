@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <linux/securebits.h>
 #include <sys/prctl.h>
@@ -23,10 +22,6 @@
 // What standard output has received since the construction.
 class LogCapture {
  public:
-  LogCapture() {
-    EXPECT_NE(std::freopen("/run/standard_output", "a", stdout), nullptr);
-    file_.open("/run/standard_output");
-  }
   ~LogCapture() {
     (void)std::fflush(stdout);
     (void)dup2(output_, STDOUT_FILENO);
@@ -35,11 +30,7 @@ class LogCapture {
     if (testing::Test::HasFailure()) std::cout << file_.rdbuf() << std::flush;
   }
   // What has come since the last call.
-  [[nodiscard]] std::string Text() {
-    std::ostringstream text;
-    text << file_.rdbuf();
-    return text.str();
-  }
+  [[nodiscard]] std::string Text() { return {std::istreambuf_iterator<char>(file_), {}}; }
   [[nodiscard]] std::vector<std::string> Lines() {
     std::istringstream text(Text());
     std::vector<std::string> lines;
@@ -49,7 +40,8 @@ class LogCapture {
 
  private:
   int output_ = dup(STDOUT_FILENO);
-  std::ifstream file_;
+  std::FILE* captured_ = std::freopen("/run/standard_output", "a", stdout);
+  std::ifstream file_{"/run/standard_output"};
 };
 
 inline void WriteText(const std::string& path, const std::string& text) {
