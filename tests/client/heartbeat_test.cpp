@@ -18,20 +18,19 @@ struct HeartbeatTest : DeviceTest {
 
 TEST_F(HeartbeatTest, ArrivesAsTheRecordOrIsReportedAndNeverWaits) {
   using namespace std::chrono;
+  const std::string tooLong(132, 'n');
+  for (const char* name : {static_cast<const char*>(nullptr), "", tooLong.c_str()}) {
+    EXPECT_EQ(Send(name), TOLVAR_HEARTBEAT_BAD_NAME);
+  }
+  EXPECT_EQ(fcntl(heartbeat.socketFd, F_SETFL, 0), 0) << "not even when somebody made it block";
   // The second time round the supervisor is a restarted one.
   for (const std::string& name : {std::string(131, 'n'), std::string("n")}) {
     EXPECT_EQ(Send(), TOLVAR_HEARTBEAT_NO_SUPERVISOR);
     Processes supervisor;
     ASSERT_EQ(supervisor.InitHeartbeatSocket(), 0);
-    const std::string tooLong(132, 'n');
-    EXPECT_EQ(Send(nullptr), TOLVAR_HEARTBEAT_BAD_NAME);
-    EXPECT_EQ(Send(""), TOLVAR_HEARTBEAT_BAD_NAME);
-    EXPECT_EQ(Send(tooLong.c_str()), TOLVAR_HEARTBEAT_BAD_NAME);
-    EXPECT_EQ(fcntl(heartbeat.socketFd, F_SETFL, 0), 0) << "not even when somebody made it block";
     const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
     while (Send(name.c_str(), -7) == TOLVAR_HEARTBEAT_SENT) continue;
     EXPECT_EQ(Send(), TOLVAR_HEARTBEAT_BUFFER_FULL);
-
     Heartbeat record;
     EXPECT_EQ(recv(supervisor.heartbeatSocket, &record, sizeof record, MSG_TRUNC), 144);
     EXPECT_LT(std::abs(record.timestampMs - now), 15000);
@@ -43,7 +42,6 @@ TEST_F(HeartbeatTest, ArrivesAsTheRecordOrIsReportedAndNeverWaits) {
 
 TEST_F(HeartbeatTest, AnUntouchedClockIsSilentAndClosingTwiceIsHarmless) {
   pollfd clock = {tolvar_heartbeat_clock_fd(&heartbeat), POLLIN, 0};
-  EXPECT_GE(clock.fd, 0);
   EXPECT_EQ(poll(&clock, 1, 0) + tolvar_heartbeat_clock_stepped(&heartbeat), 0);
   EXPECT_EQ(fcntl(heartbeat.socketFd, F_GETFD) & fcntl(clock.fd, F_GETFD), FD_CLOEXEC);
   tolvar_heartbeat_close(&heartbeat);
