@@ -45,8 +45,12 @@ CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   va_end(arguments);
   if (option == CURLOPT_WRITEDATA) body = static_cast<std::vector<char>*>(value);
   const curl_easyoption& known = *curl_easy_option_by_id(option);
-  return Record(std::string(known.name) + "=" + Shown(known.type, value), curl_easy_setopt,
-                __func__, handle, option, value);
+  const std::string call = std::string(known.name) + "=" + Shown(known.type, value);
+  if (option == CURLOPT_TIMEOUT) {
+    value = reinterpret_cast<void*>(reinterpret_cast<long>(value) * curlRecorder.second);
+    option = CURLOPT_TIMEOUT_MS;
+  }
+  return Record(call, curl_easy_setopt, __func__, handle, option, value);
 }
 
 CURL* curl_easy_init() {

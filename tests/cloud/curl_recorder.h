@@ -11,4 +11,5 @@ extern struct CurlRecorder {
   bool noHandle = false;  // have curl_easy_init answer null
   // In place of each transfer: from the calls since the last one the body and libcurl's code.
   std::function<std::pair<std::string, int>(const std::string&)> answer;
+  long second = 1000;  // how many milliseconds a second of a time-out lasts
 } curlRecorder;
