@@ -1,7 +1,7 @@
 #include <fcntl.h>
 #include <poll.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "client/tolvar_heartbeat.h"
 #include "supervisor/processes.h"
@@ -9,7 +9,6 @@
 
 struct HeartbeatTest : DeviceTest {
   HeartbeatTest() { EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0); }
-  ~HeartbeatTest() override { tolvar_heartbeat_close(&heartbeat); }
   tolvar_heartbeat_result Send(const char* name = "a", std::int32_t status = 0) {
     return tolvar_heartbeat_send(&heartbeat, name, status);
   }
@@ -17,23 +16,20 @@ struct HeartbeatTest : DeviceTest {
 };
 
 TEST_F(HeartbeatTest, ArrivesAsTheRecordOrIsReportedAndNeverWaits) {
-  using namespace std::chrono;
-  const std::string tooLong(132, 'n');
-  for (const char* name : {static_cast<const char*>(nullptr), "", tooLong.c_str()}) {
-    EXPECT_EQ(Send(name), TOLVAR_HEARTBEAT_BAD_NAME);
-  }
+  EXPECT_EQ(Send(nullptr), TOLVAR_HEARTBEAT_BAD_NAME);
+  EXPECT_EQ(Send(""), TOLVAR_HEARTBEAT_BAD_NAME);
+  EXPECT_EQ(Send(std::string(132, 'n').c_str()), TOLVAR_HEARTBEAT_BAD_NAME);
   EXPECT_EQ(fcntl(heartbeat.socketFd, F_SETFL, 0), 0) << "not even when somebody made it block";
   // The second time round the supervisor is a restarted one.
   for (const std::string& name : {std::string(131, 'n'), std::string("n")}) {
     EXPECT_EQ(Send(), TOLVAR_HEARTBEAT_NO_SUPERVISOR);
     Processes supervisor;
     ASSERT_EQ(supervisor.InitHeartbeatSocket(), 0);
-    const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
     while (Send(name.c_str(), -7) == TOLVAR_HEARTBEAT_SENT) continue;
     EXPECT_EQ(Send(), TOLVAR_HEARTBEAT_BUFFER_FULL);
     Heartbeat record;
     EXPECT_EQ(recv(supervisor.heartbeatSocket, &record, sizeof record, MSG_TRUNC), 144);
-    EXPECT_LT(std::abs(record.timestampMs - now), 15000);
+    EXPECT_LT(std::abs(record.timestampMs / 1000 - std::time(nullptr)), 15);
     EXPECT_EQ(record.status, -7);
     EXPECT_EQ(std::string(record.name, 132), name + std::string(132 - name.size(), '\0'));
     EXPECT_EQ(Send(), TOLVAR_HEARTBEAT_SENT);

@@ -12,7 +12,7 @@ struct FakeClock {
   // 2024-11-15, so that negative and wrapped differences would show. Sleeping moves it on.
   std::int64_t nowMicros = 1'731'711'234'567'890;
   std::function<void()> onSleep;   // runs in each sleep, after the clock has moved
-  bool real = false;               // read the real clock and sleep a millisecond per second
+  bool real = false;               // sleep for real, but only a millisecond per second
   std::atomic<unsigned> reads{0};  // of the clock
   void Advance(std::int64_t seconds) { nowMicros += seconds * 1'000'000; }
 };

@@ -3,10 +3,7 @@
 set -euo pipefail
 plug_in=$1
 host=("${@:2}")  # maybe with an emulator in front
-fail() {
-  echo "FAILED: $1"
-  exit 1
-}
+fail() { echo "FAILED: $1" && exit 1; }
 
 # Runs the host until it has fetched in vain, then sends SIGNAL: its status.
 end_by() {  # SIGNAL OPTION...
