@@ -35,11 +35,11 @@ TEST_F(StorageTest, DatesAndSizesBeyond32BitsAreNoObstacle) {
 
 TEST_F(StorageTest, NoPathBreaksOutOfItsWordAndAPlainOneStays) {
   fakeShell.passThrough = true;
-  WriteText("/tmp/'x", "x");
+  WriteText("/tmp/odd/'x", "x");
   for (const char* name : {"a b", "a;id", "$(id)", "`id`", "it's", "''", "a\nb", "*", "~",
-                           "back\\slash", "\"", "-n &", "\xc3\xa4", "a_1.@%+=:,-Z"}) {
+                           "back\\slash", "\"", "-n&", "\xc3\xa4", "a_1.@%+=:,-Z"}) {
     const std::string path = std::string("/tmp/odd/") + name;
-    EXPECT_EQ(CopyToPath(path, "/tmp/'x"), 0);
+    EXPECT_EQ(CopyToPath(path, "/tmp/odd/'x"), 0);
     EXPECT_EQ(ReadText(path), "x") << name;
     EXPECT_EQ(RemovePath(path), 0);
     EXPECT_FALSE(Exists(path)) << name;
