@@ -109,12 +109,6 @@ TEST_F(HttpRequestTest, WithoutAHandleTheGlobalStateStaysInitialised) {
   EXPECT_EQ(body.size() + log.Text().size(), 0U);
 }
 
-TEST_F(HttpRequestTest, TheCallbackAppendsAndRefusesWhatMemoryDoesNotHold) {
-  EXPECT_EQ(WriteBodyCallback("abcdef", 2, 3, &body), 6U);
-  EXPECT_EQ(WriteBodyCallback("x", body.max_size(), 1, &body), 0U);
-  EXPECT_EQ(body, Bytes("leftabcdef"));
-}
-
 TEST_F(HttpRequestTest, NothingComesWithoutATrustedConnection) {
   Expect(7, "", {""});
   Expect(28, "", {"deaf", "stall", "tls|stall"});

@@ -106,18 +106,6 @@ TEST_F(LifeTest, ALifeLineByLine) {
   ExpectNothingLeft();
 }
 
-TEST_F(LifeTest, ADestroyedSupervisorEndsOnceItHasTheIdentityItWaitsFor) {
-  traceCalls = true;
-  Remove(tokenPath);
-  fakeClock.onSleep = [this] { Destroy(), WriteText(tokenPath, "r_encr=token"); };
-  launch_tolvar(supervisor);
-  const std::vector<std::string> lines = log.Lines();
-  EXPECT_THAT(lines, testing::Contains("sleep 5").Times(1));
-  EXPECT_EQ(lines.back(), "deinit_metrics_client");
-  EXPECT_EQ(Processes::bootstrapIntervalSec_, 21492U) << "rescaled all the same";
-  ExpectNothingLeft();
-}
-
 // Something else is in its way each round, until it has been given up. TOLVAR_STOP_ROUNDS: more.
 TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   const char* asked = std::getenv("TOLVAR_STOP_ROUNDS");

@@ -11,29 +11,6 @@ struct DeadlineTest : DeviceTest {
   Processes supervisor;
 };
 
-TEST_F(DeadlineTest, TheLastQueuedHeartbeatOfTheFirstNamesakeCounts) {
-  const std::string longest(132, 'x');  // fills its field, without a terminator
-  supervisor.processes.resize(4);
-  supervisor.processes[0].name = supervisor.processes[2].name = "a";
-  supervisor.processes[1].name = "b";
-  supervisor.processes[3].name = longest;
-  const std::pair<int, std::string> queue[] = {{3, "a"}, {-1, "b"}, {2, "a"}, {1, longest},
-                                               {9, "A"}, {9, "ab"}, {9, ""}};
-  for (const auto& [status, name] : queue) {
-    Heartbeat heartbeat = {status * 1000, status, {}};
-    (void)name.copy(heartbeat.name, sizeof heartbeat.name);
-    supervisor.heartbeatQueue.push(heartbeat);
-  }
-  supervisor.ProcessHeartbeat();
-  EXPECT_TRUE(supervisor.heartbeatQueue.empty());
-  std::vector<int> heard;
-  for (const Process& process : supervisor.processes) {
-    heard.push_back(process.reportedStatus);
-    EXPECT_EQ(process.lastHeartbeatMs, process.reportedStatus * 1000);
-  }
-  EXPECT_THAT(heard, testing::ElementsAre(2, -1, 0, 1));
-}
-
 TEST_F(DeadlineTest, LimitsAreExceededInWholeSeconds) {
   constexpr std::int64_t now = 1'731'711'234'567;  // ms; launches are another 0.57 s ago
   constexpr std::uint32_t widest = 4294967295;
