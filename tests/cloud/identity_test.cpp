@@ -5,23 +5,6 @@
 
 using IdentityTest = DeviceTest;
 
-TEST_F(IdentityTest, TheTokenIsWhatFollowsTheFirstKey) {
-  const std::string rows[][3] = {
-      {"a=b\nfoo r_encr=ABCDEFGHIJKLMNOPQRS\n", absent, "ABCDEFGHIJKLMNOP"},
-      {"r_encr=one\nr_encr=two\n", "r_encr=three\n", "one"},
-      {"r_encr=r_encr=\r\n", absent, "r_encr=\r"},
-      {"r_encr=\n", "r_encr=second", ""},
-      {absent, "r_encr=second", "second"},
-      {"", absent, absent}};
-  for (const auto& [first, second, token] : rows) {
-    (void)LayFiles("/etc/config", {{"/etc/config/.user_config", first}});
-    (void)LayFiles("/config", {{"/config/.user_config", second}});
-    std::string enr = absent;
-    EXPECT_EQ(GetENR(enr), token == absent ? 1 : 0);
-    EXPECT_EQ(enr, token);
-  }
-}
-
 TEST_F(IdentityTest, OnlyAnInterfaceThatIsUpAndEthernetHasAnAddress) {
   std::string mac = "before";
   for (const char* name : {"lo", "wlan1", "", "fifteen-letters", "sixteen--letters"}) {

@@ -44,10 +44,9 @@ struct LifeTest : DeviceTest {
       launch_tolvar(given);
     }
   }
-  // A late destruction is harmless.
   void ExpectNothingLeft() {
-    Destroy();
     EXPECT_EQ(Processes().InitHeartbeatSocket(), 0) << "the object and its socket are gone";
+    Destroy();  // harmless
   }
 
   FakeCloud cloud;

@@ -25,13 +25,10 @@ TEST_F(DeadlineTest, LimitsAreExceededInWholeSeconds) {
       {"never heard, started", State::Running, 60, 5, 61, 0, true},
       {"5.99 s old", State::Running, 60, 5, 100, now - 5999, false},
       {"6 s old", State::Running, 60, 5, 100, now - 6000, true},
-      {"from the future", State::Running, 60, 5, 100, now + 50'000, false},
       {"clock set back", State::Running, 60, 5, -100, now - 9000, false},
       {"widest start-up time", State::Running, widest, 5, 100, now - 9000, false},
       {"widest interval", State::Running, 60, widest, 100, now - 9000, false},
       {"stopped", State::Stopped, 60, 5, 100, now - 9000, false},
-      {"failed already", State::Failed, 60, 5, 100, now - 9000, false},
-      {"latest time stamp", State::Running, 60, 5, 100, INT64_MAX, true},
   };
   Process process;
   process.name = "a";
