@@ -102,6 +102,7 @@ TEST_F(LifeTest, ALifeLineByLine) {
           request, got2, "Process a failed to report heartbeat, heartbeatMissing 1", "$ pkill -9 a",
           "$ pkill -9 a", "$ start a 1", "Launched process a", "Launch process a successfully", put,
           HasSubstr(R"("heartbeatMissing":"1")"), "sleep 1", "deinit_metrics_client"));
+  EXPECT_EQ(Processes::bootstrapIntervalSec_, 21492U) << "rescaled";
   ExpectNothingLeft();
 }
 
