@@ -28,7 +28,6 @@ TEST_F(DeadlineTest, LimitsAreExceededInWholeSeconds) {
       {"clock set back", State::Running, 60, 5, -100, now - 9000, false},
       {"widest start-up time", State::Running, widest, 5, 100, now - 9000, false},
       {"widest interval", State::Running, 60, widest, 100, now - 9000, false},
-      {"stopped", State::Stopped, 60, 5, 100, now - 9000, false},
   };
   Process process;
   process.name = "a";
