@@ -7,7 +7,7 @@ TEST_F(DownloadTest, OnlyAnAnswerForExactlyThisComponentIsUsed) {
   const Component component = {"streamer", "engine", "/run/app/engine", "1.0", ""};
   const std::string good = R"({"data":{"filename":"engine","version":"1.0","url":"u"}})";
   std::istringstream rows(  // a part of it and what spoils it there
-      R"(data Data  filename name  engine engine2  version v  1.0 1.0a  "1.0" 1.0)"
+      R"(data Data  filename Filename  engine engine2  version v  1.0 1.0a  "1.0" 1.0)"
       R"(  url Url  "u" 7  {"f {"filename":"Engine","f)");
   std::string url = "before";
   for (std::string part, wrong; rows >> part >> wrong;) {

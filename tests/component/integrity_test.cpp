@@ -15,6 +15,7 @@ TEST_F(IntegrityTest, DigestsOfAnyLengthAreComparedToTheLetter) {
   EXPECT_FALSE(CheckIntegrity("/tmp/file", "D41D8CD98F00B204E9800998ECF8427E"));
   EXPECT_FALSE(CheckIntegrity("/tmp/file", empty + " "));
   EXPECT_FALSE(CheckIntegrity("/tmp/file", empty.substr(0, 31)));
+  EXPECT_FALSE(CheckIntegrity("/tmp/file", empty.substr(0, 31) + "f"));
   (void)log.Text();
   EXPECT_FALSE(CheckIntegrity("/tmp/none", empty));
   EXPECT_EQ(log.Text(), "Failed to open file /tmp/none\n");

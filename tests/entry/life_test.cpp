@@ -168,7 +168,8 @@ struct ScarcityTest : LifeTest {
     const std::vector<Process>& all = supervisor->processes;
     const bool runs = all.size() == 1 && all[0].state == Process::State::Running;
     if (runs && all[0].version == "1") Release("2");
-    if (++sleeps > 100 || (runs && all[0].version == "2")) destroy_tolvar(supervisor), Beat("a");
+    if (++sleeps > 100 || (runs && all[0].version == "2")) destroy_tolvar(supervisor);
+    Beat("a");
   }
   void Live() {
     Remove("/run/app");

@@ -51,7 +51,6 @@ TEST_F(FetchTest, TheSetFollowsTheManifests) {
       {"a 3", dropB + waits + got1, "running 0 a 1 -> stopped 5 a 3, "},
       {"a 1,a 1", got2, "running 0 a 1 -> stopped 5 a 3 fetched, stopped 6 a 1, "},
       {"A 1", dropA + dropA + got1, "stopped 7 A 1, "},
-      {"", "$ pkill -9 A\nStop unused process A\nGot 0 processes from cloud\n", ""},
   };
   fakeShell.onCommand = [](const std::string&) { return false; };  // which nobody is to look at
   int number = 0;
