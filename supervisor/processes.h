@@ -61,7 +61,7 @@ class Processes {
   // later line overwrites an earlier one, and each is logged as it was stored. Not validated: text
   // without digits is 0, a negative number becomes its two's complement, and one beyond 32 bits the
   // nearest that fits. Lines that begin with no known key are skipped. Without a readable file one
-  // message says so.
+  // message says so. Throws std::bad_alloc; calling it again reads everything anew.
   static void ReadConfig();
 
   // The supervisor's life on the calling thread: returns once `stopRequested` is seen after a pass.

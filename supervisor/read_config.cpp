@@ -28,26 +28,33 @@ int DecimalInt(const char* text) {
   return static_cast<int>(std::clamp(value, lowest, highest));
 }
 
+void StoreAndLog(const std::string& line) {
+  const std::array<Setting, 4> configKeyTable = {{
+      {"bootstrap_interval=", Processes::bootstrapIntervalSec_},
+      {"max_heartbeat_interval=", Processes::maxHeartbeatIntervalSec_},
+      {"metrics_report_interval=", Processes::metricsReportIntervalSec_},
+      {"failure_metrics_report_interval=", Processes::failureReportIntervalSec_},
+  }};
+  for (const auto& [key, interval] : configKeyTable) {
+    if (line.rfind(key, 0) != 0) continue;
+    interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + std::strlen(key)));
+    Log(key + ToString(interval));
+  }
+}
+
 }  // namespace
 
 void Processes::ReadConfig() {
-  const std::array<Setting, 4> configKeyTable = {{
-      {"bootstrap_interval=", bootstrapIntervalSec_},
-      {"max_heartbeat_interval=", maxHeartbeatIntervalSec_},
-      {"metrics_report_interval=", metricsReportIntervalSec_},
-      {"failure_metrics_report_interval=", failureReportIntervalSec_},
-  }};
   if (!FileExists(configPath)) {
     Log(std::string("don't have config file ") + configPath + ", taking default configuration");
     return;
   }
   std::ifstream file(configPath);
-  std::string line;
-  while (std::getline(file, line)) {
-    for (const auto& [key, interval] : configKeyTable) {
-      if (line.rfind(key, 0) != 0) continue;
-      interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + std::strlen(key)));
-      Log(key + ToString(interval));
-    }
+  // Or missing memory would pass for the end of the file, and the lines after it be lost.
+  file.exceptions(std::ios::badbit);
+  try {
+    for (std::string line; std::getline(file, line);) StoreAndLog(line);
+  } catch (const std::ios_base::failure&) {
+    return;  // no file, but a directory, or one that cannot be read on: what was read counts
   }
 }
