@@ -25,8 +25,10 @@ TEST_F(DeadlineTest, LimitsAreExceededInWholeSeconds) {
       {"never heard, started", State::Running, 60, 5, 61, 0, true},
       {"5.99 s old", State::Running, 60, 5, 100, now - 5999, false},
       {"6 s old", State::Running, 60, 5, 100, now - 6000, true},
+      {"clock set back", State::Running, 60, 5, -100, now - 9000, false},
       {"widest start-up time", State::Running, widest, 5, 100, now - 9000, false},
       {"widest interval", State::Running, 60, widest, 100, now - 9000, false},
+      {"stopped", State::Stopped, 60, 5, 100, now - 9000, false},
   };
   Process process;
   process.name = "a";
