@@ -13,7 +13,8 @@ die() {
 
 # Packages of the product, of its tools and tests, and of the bench device.
 build_packages=(g++ make cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
-  libcpp-httplib-dev libgtest-dev libgmock-dev libbenchmark-dev openssl)
+  libcpp-httplib-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
+  openssl)
 bench_packages=(util-linux mount iproute2 procps hostname)
 
 as_root() {

@@ -95,7 +95,7 @@ class DeviceTest : public testing::Test {
  protected:
   DeviceTest() {
     if (std::getenv("TOLVAR_BENCH") != nullptr) return;
-    (void)std::fputs("run me through tools/bench-device\n", stderr);
+    (void)std::fputs("run me through device/bench\n", stderr);
     std::exit(1);
   }
 
