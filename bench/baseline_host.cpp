@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/curl_owner.h"
-#include "platform/json_owner.h"
+#include "cloud/session.h"
+#include "platform/json.h"
 
 namespace {
 

@@ -19,6 +19,7 @@ constexpr int processCount = 20;
 }  // namespace
 
 std::int64_t NowMicros() { return nowMicros; }
+std::int64_t UptimeMillis() { return nowMicros / 1000; }
 void SleepMillis(unsigned milliseconds) { nowMicros += std::int64_t{milliseconds} * 1000; }
 void SleepSeconds(unsigned seconds) { nowMicros += seconds * microsPerSec; }
 bool RunShell(const std::string& /*commandLine*/) { return true; }

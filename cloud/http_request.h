@@ -13,7 +13,6 @@
 // failed (connection, TLS, time-out), with "Curl return code <code>" in the log.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -54,9 +53,3 @@ class HttpRequest {
   static const std::string sv;      // second client credential
   static const std::string domain;  // cloud base URL, without a trailing slash
 };
-
-// libcurl's write callback of every transfer: appends size * nmemb bytes to `body` and returns that
-// number. With the first bytes it makes room for as many as the server announced. Out of memory it
-// returns 0, which ends the transfer as a failed one: an exception must not cross libcurl's frames.
-std::size_t WriteBodyCallback(const char* data, std::size_t size, std::size_t nmemb,
-                              std::vector<char>* body) noexcept;

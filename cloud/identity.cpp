@@ -4,45 +4,30 @@
 #include <net/if_arp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstring>
-#include <fstream>
 
 #include "cloud/http_request.h"
-#include "component/storage.h"
 #include "platform/clock.h"
+#include "platform/descriptor.h"
+#include "platform/files.h"
 #include "platform/hex.h"
+#include "platform/lines.h"
 #include "platform/log.h"
-#include "supervisor/to_string.h"
 
 namespace {
 
-// A socket to ask the kernel about interfaces through; closed with its owner.
-class ControlSocket {
- public:
-  ControlSocket() : descriptor_(socket(AF_UNIX, SOCK_DGRAM, 0)) {}
-  ControlSocket(const ControlSocket&) = delete;
-  ControlSocket& operator=(const ControlSocket&) = delete;
-  ~ControlSocket() {
-    if (descriptor_ >= 0) (void)close(descriptor_);  // nothing was written through it
-  }
-  [[nodiscard]] bool Ask(unsigned long question, ifreq& request) const {
-    return descriptor_ >= 0 && ioctl(descriptor_, question, &request) == 0;
-  }
-
- private:
-  int descriptor_;
-};
+[[nodiscard]] bool Ask(const Descriptor& control, unsigned long question, ifreq& request) {
+  return control.IsOpen() && ioctl(control.Get(), question, &request) == 0;
+}
 
 // The token in the first line of `path` that has one.
-bool FindToken(const char* path, std::string& token) {
+[[nodiscard]] bool FindToken(const char* path, std::string& token) {
   constexpr char key[] = "r_encr=";
   constexpr std::size_t maxTokenLength = 16;
-  std::ifstream file(path);
-  std::string line;
-  while (std::getline(file, line)) {
+  Lines lines(path);
+  for (std::string line; lines.Next(line);) {
     const std::size_t at = line.find(key);
     if (at == std::string::npos) continue;
     token = line.substr(at + std::strlen(key), maxTokenLength);
@@ -67,10 +52,10 @@ int GetMACAddress(const std::string& interfaceName, std::string& mac) {
   interfaceName.copy(request.ifr_name, interfaceName.size());
 
   // The flags and the address share the record's memory: look at each before the next question.
-  const ControlSocket control;
-  if (!control.Ask(SIOCGIFFLAGS, request)) return 1;
+  const Descriptor control(socket(AF_UNIX, SOCK_DGRAM, 0));
+  if (!Ask(control, SIOCGIFFLAGS, request)) return 1;
   if ((request.ifr_flags & IFF_UP) == 0) return 1;
-  if (!control.Ask(SIOCGIFHWADDR, request)) return 1;
+  if (!Ask(control, SIOCGIFHWADDR, request)) return 1;
   if (request.ifr_hwaddr.sa_family != ARPHRD_ETHER) return 1;
 
   std::array<unsigned char, 6> address = {};
@@ -88,4 +73,4 @@ int GetENR(std::string& enr) {
   return 1;
 }
 
-std::string GetTimestampInMs() { return ToString(NowMicros() / 1000); }
+std::string GetTimestampInMs() { return std::to_string(NowMicros() / 1000); }

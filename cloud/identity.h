@@ -10,7 +10,8 @@
 
 // Puts the device token into `enr`: what follows the first "r_encr=" (anywhere in a line) of
 // /etc/config/.user_config, else of /config/.user_config, cut to 16 characters and otherwise as it
-// stands. 0, or 1 with `enr` as it was and no message when neither file has one.
+// stands. 0, or 1 with `enr` as it was and no message when neither file has one. Throws
+// std::bad_alloc: without memory for a line of the first file the second one's token would be sent.
 [[nodiscard]] int GetENR(std::string& enr);
 
 // The wall clock in milliseconds since the epoch, as decimal text.

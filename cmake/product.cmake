@@ -7,11 +7,15 @@ target_link_libraries(tolvar_base INTERFACE
 # Everything but the OS boundary: the tests link it against fakes of that boundary.
 add_library(tolvar_core STATIC
   supervisor/processes.cpp supervisor/read_config.cpp supervisor/launch_all.cpp
-  supervisor/parse_response.cpp supervisor/reconcile.cpp
+  supervisor/reconcile.cpp supervisor/health.cpp
+  health/heartbeat_channel.cpp health/heartbeat_supervision.cpp health/metrics_report.cpp
   process/process.cpp process/launch_stop.cpp process/step_state.cpp process/rollback.cpp
-  component/acquire.cpp component/download.cpp component/storage.cpp component/integrity.cpp
-  cloud/transport.cpp cloud/process_api.cpp cloud/identity.cpp
-  health/heartbeat_channel.cpp health/heartbeat_supervision.cpp health/metrics_report.cpp)
+  process/parse_manifest.cpp
+  component/acquire.cpp component/download.cpp component/slots.cpp component/integrity.cpp
+  cloud/session.cpp cloud/write_body.cpp cloud/transport.cpp cloud/process_api.cpp
+  cloud/identity.cpp
+  platform/digest.cpp platform/files.cpp platform/json.cpp platform/lines.cpp
+  platform/memory.cpp platform/shell_word.cpp)
 target_link_libraries(tolvar_core PUBLIC tolvar_base)
 target_compile_definitions(tolvar_core PRIVATE TOLVAR_CLOUD_URL="${TOLVAR_CLOUD_URL}")
 

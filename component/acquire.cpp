@@ -1,6 +1,7 @@
 #include "component/component.h"
 #include "component/integrity.h"
-#include "component/storage.h"
+#include "component/slots.h"
+#include "platform/files.h"
 #include "platform/log.h"
 
 namespace {

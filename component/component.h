@@ -1,7 +1,7 @@
 // One file that a managed process needs on the device.
 //
 // A component's file has up to three copies: the live file at `localpath`, a cache slot on the SD
-// card and a pre-download slot beside the live file (component/storage.h has their paths). A copy
+// card and a pre-download slot beside the live file (component/slots.h has their paths). A copy
 // counts only when it is readable and its MD5 equals `checksum`.
 //
 // Values, copied freely; the operations change files, never the record. They run on the main loop's

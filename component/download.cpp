@@ -1,20 +1,47 @@
 #include "cloud/http_request.h"
 #include "component/component.h"
 #include "component/integrity.h"
-#include "component/storage.h"
-#include "platform/json_owner.h"
+#include "platform/files.h"
+#include "platform/json.h"
 #include "platform/log.h"
+#include "platform/memory.h"
 
 namespace {
 
-// The string at `key`, or null. Keys are matched in their case; the first of a repeated key counts.
-const char* StringAt(const cJSON* object, const char* key) {
-  return cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(object, key));
-}
-
-bool HoldsExactly(const cJSON* object, const char* key, const std::string& expected) {
+[[nodiscard]] bool HoldsExactly(const cJSON* object, const char* key, const std::string& expected) {
   const char* text = StringAt(object, key);
   return text != nullptr && expected == text;
+}
+
+[[nodiscard]] bool IsFetched(const Component& component, std::vector<char>& body) {
+  const std::string& filename = component.filename;
+  if (HttpRequest::Instance()->GetDownloadLocation(component.processname, filename,
+                                                   component.version, body) != 0) {
+    Log("GetDownloadLocation failed for component " + filename + " of process " +
+        component.processname);
+    return false;
+  }
+  std::string url;
+  if (component.ParseResponse(body, url) != 0) {
+    Log("Parse download url failed for component " + filename + ", response " +
+        std::string(body.data(), body.size()));
+    return false;
+  }
+  if (HttpRequest::GetResponse(url, body) != 0) {
+    Log("GetResponse failed for component " + filename);
+    return false;
+  }
+  return true;
+}
+
+[[nodiscard]] bool IsWritten(const Component& component, const std::string& path) {
+  std::vector<char> body;
+  if (!IsFetched(component, body)) return false;
+  if (WriteToPath(path, body) != 0) {
+    Log("WriteToPath failed for path " + path);
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -22,38 +49,18 @@ bool HoldsExactly(const cJSON* object, const char* key, const std::string& expec
 int Component::ParseResponse(const std::vector<char>& body, std::string& url) const {
   const CJsonOwner root(cJSON_ParseWithLength(body.data(), body.size()));
   if (!cJSON_IsObject(root.get())) return 1;
-  const cJSON* data = cJSON_GetObjectItemCaseSensitive(root.get(), "data");
-  if (!cJSON_IsObject(data)) return 1;
+  const cJSON* data = ObjectAt(root.get(), "data");
   if (!HoldsExactly(data, "filename", filename)) return 1;
   if (!HoldsExactly(data, "version", version)) return 1;
-  const char* address = StringAt(data, "url");
-  if (address == nullptr) return 1;
-
-  url = address;
+  if (!ReadString(data, "url", url)) return 1;
   Log("Parsed component info: name " + filename + ", version " + version + ", url " + url);
   return 0;
 }
 
 int Component::DownloadToPath(const std::string& path) const {
-  std::vector<char> body;
-  if (HttpRequest::Instance()->GetDownloadLocation(processname, filename, version, body) != 0) {
-    Log("GetDownloadLocation failed for component " + filename + " of process " + processname);
-    return 1;
-  }
-  std::string url;
-  if (ParseResponse(body, url) != 0) {
-    Log("Parse download url failed for component " + filename + ", response " +
-        std::string(body.begin(), body.end()));
-    return 1;
-  }
-  if (HttpRequest::GetResponse(url, body) != 0) {
-    Log("GetResponse failed for component " + filename);
-    return 1;
-  }
-  if (WriteToPath(path, body) != 0) {
-    Log("WriteToPath failed for path " + path);
-    return 1;
-  }
+  const bool written = IsWritten(*this, path);
+  ReturnFreedMemory();  // the body's, which may have been large
+  if (!written) return 1;
   if (!CheckIntegrity(path, checksum)) {
     Log("CheckIntegrity failed for path " + path + ", checksum " + checksum);
     return 1;

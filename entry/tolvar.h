@@ -21,10 +21,16 @@
  *
  * Out of memory, the work at hand is given up and tried again in a later pass; supervision goes on.
  * At the start, memory for the configuration and a thread for the heartbeats are waited for, asked
- * for once a second; a destruction ends the wait for the thread.
+ * for once a second; a destruction ends the wait for the thread. Whatever the device's metrics
+ * client throws, supervision goes on and the report counts as sent.
  *
- * What the host must provide: /tmp/cacert.pem with the CA certificates for the cloud; a standard
- * output for the log; the default action for SIGCHLD (with SIGCHLD ignored, every launch fails).
+ * What the host must provide: /tmp/cacert.pem with the CA certificates for the cloud; the default
+ * action for SIGCHLD (with SIGCHLD ignored, every launch fails); a standard output for the log, and
+ * somebody who reads it: while a blocking one is full, supervision stands still. One that is
+ * non-blocking delays it by a second at most and loses lines; one that nobody reads any more loses
+ * them, and raises no SIGPIPE. The applications are started by the launching thread's children, so
+ * they inherit its signal mask and whatever signals the host ignores, and the open descriptors that
+ * are not close-on-exec.
  */
 #ifndef TOLVAR_H
 #define TOLVAR_H

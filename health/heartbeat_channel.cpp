@@ -1,3 +1,5 @@
+#include "health/heartbeat_channel.h"
+
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -7,10 +9,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
+#include "platform/attempt.h"
 #include "platform/log.h"
-#include "supervisor/processes.h"
 
 namespace {
 
@@ -46,35 +47,33 @@ void LogBindFailure(const char* reason) {
 
 }  // namespace
 
-int Processes::InitHeartbeatSocket() {
-  heartbeatSocket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  if (heartbeatSocket < 0) {
+int OpenHeartbeatSocket(int& descriptor) {
+  descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (descriptor < 0) {
     Log("Failed to create heartbeat socket");
     return 1;
   }
-  if (!BindToName(heartbeatSocket)) {
+  if (!BindToName(descriptor)) {
     LogBindFailure(std::strerror(errno));
-  } else if (!LimitReceiveTime(heartbeatSocket)) {
+  } else if (!LimitReceiveTime(descriptor)) {
     Log("Failed to setsockopt SO_RCVTIMEO");
   } else {
     return 0;
   }
-  (void)close(heartbeatSocket);  // nothing was written to it
-  heartbeatSocket = -1;
+  (void)close(descriptor);  // nothing was written to it
+  descriptor = -1;
   return 1;
 }
 
-void Processes::ReceiveHeartbeat() {
+void ReceiveHeartbeats(int socket, HeartbeatQueue& queue, std::mutex& mutex,
+                       const std::atomic<bool>& stopRequested) {
   while (!stopRequested.load()) {
     Heartbeat heartbeat = {};
-    const ssize_t received = recv(heartbeatSocket, &heartbeat, sizeof heartbeat, 0);
+    const ssize_t received = recv(socket, &heartbeat, sizeof heartbeat, 0);
     // The time-out of a second without traffic, an error or too short a datagram.
     if (received != static_cast<ssize_t>(sizeof heartbeat)) continue;
-    const std::lock_guard<std::mutex> lock(heartbeatMutex);
-    try {
-      heartbeatQueue.push(heartbeat);
-    } catch (const std::bad_alloc&) {
-      continue;  // lost; the sender's next one counts as well
-    }
+    const std::lock_guard<std::mutex> lock(mutex);
+    // One that is lost for want of memory is made up for by the sender's next.
+    (void)Attempt([&] { queue.push(heartbeat); });
   }
 }

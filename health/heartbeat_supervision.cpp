@@ -1,22 +1,21 @@
+#include "health/heartbeat_supervision.h"
+
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "platform/clock.h"
 #include "platform/log.h"
-#include "supervisor/processes.h"
-#include "supervisor/to_string.h"
 
 namespace {
 
 void Record(const Heartbeat& heartbeat, std::vector<Process>& processes) {
   // A sender that left no terminator has a name as long as the field.
   const std::string_view name(heartbeat.name, strnlen(heartbeat.name, sizeof heartbeat.name));
-  for (Process& process : processes) {
-    if (process.name != name) continue;
-    process.lastHeartbeatMs = heartbeat.timestampMs;
-    process.reportedStatus = heartbeat.status;
-    return;
-  }
+  Process* sender = FindNamed(name, processes);
+  if (sender == nullptr) return;
+  sender->lastHeartbeatMs = heartbeat.timestampMs;
+  sender->reportedStatus = heartbeat.status;
 }
 
 // The sender's time stamp may be any 64 bits: the arithmetic wraps instead of overflowing.
@@ -25,40 +24,32 @@ void Record(const Heartbeat& heartbeat, std::vector<Process>& processes) {
                                    static_cast<std::uint64_t>(timestampMs) * 1000U);
 }
 
-[[nodiscard]] bool IsHung(const Process& process, std::int64_t nowMicros) {
+[[nodiscard]] bool IsHung(const Process& process, std::int64_t nowMicros, std::int64_t limitSec) {
   if (process.state != Process::State::Running) return false;
-  const std::int64_t sinceLaunchSec =
-      (nowMicros - process.launchTime * microsPerSec) / microsPerSec;
+  const std::int64_t sinceLaunchSec = SecondsSince(process.launchTime, nowMicros);
   if (sinceLaunchSec <= std::int64_t{process.maxstartuptime}) return false;
-  const std::int64_t sinceHeartbeatSec =
-      MicrosSince(process.lastHeartbeatMs, nowMicros) / microsPerSec;
-  return sinceHeartbeatSec > std::int64_t{Processes::maxHeartbeatIntervalSec_};
+  return MicrosSince(process.lastHeartbeatMs, nowMicros) / microsPerSec > limitSec;
 }
 
 }  // namespace
 
-void Processes::ProcessHeartbeat() {
-  DrainHeartbeats();
-  MarkHungProcesses();
-}
-
-void Processes::DrainHeartbeats() {
+void TakeInHeartbeats(HeartbeatQueue& queue, std::mutex& mutex, std::vector<Process>& processes) {
   for (;;) {
     // Taken anew for each record, so that the receiver is never held up for long.
-    const std::lock_guard<std::mutex> lock(heartbeatMutex);
-    if (heartbeatQueue.empty()) return;
-    Record(heartbeatQueue.front(), processes);
-    heartbeatQueue.pop();
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (queue.empty()) return;
+    Record(queue.front(), processes);
+    queue.pop();
   }
 }
 
-void Processes::MarkHungProcesses() {
+void MarkHungProcesses(std::vector<Process>& processes, std::uint32_t maxHeartbeatIntervalSec) {
   const std::int64_t nowMicros = NowMicros();
   for (Process& process : processes) {
-    if (!IsHung(process, nowMicros)) continue;
+    if (!IsHung(process, nowMicros, maxHeartbeatIntervalSec)) continue;
     process.state = Process::State::Failed;
     ++process.heartbeatMissing;
     Log("Process " + process.name + " failed to report heartbeat, heartbeatMissing " +
-        ToString(process.heartbeatMissing));
+        std::to_string(process.heartbeatMissing));
   }
 }

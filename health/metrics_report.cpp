@@ -1,38 +1,25 @@
-#include <algorithm>
+#include "health/metrics_report.h"
+
+#include <string>
 #include <utility>
 
+#include "platform/attempt.h"
 #include "platform/clock.h"
-#include "platform/json_owner.h"
 #include "platform/log.h"
 #include "platform/metrics_client.h"
-#include "supervisor/processes.h"
-#include "supervisor/to_string.h"
 
 namespace {
-
-[[nodiscard]] bool IsDue(const std::vector<Process>& processes, std::int64_t lastReportTime) {
-  const bool someFailed =
-      std::any_of(processes.begin(), processes.end(),
-                  [](const Process& process) { return process.state == Process::State::Failed; });
-  const std::int64_t elapsedSec = (NowMicros() - lastReportTime * microsPerSec) / microsPerSec;
-  if (elapsedSec > std::int64_t{Processes::metricsReportIntervalSec_}) return true;
-  return someFailed && elapsedSec > std::int64_t{Processes::failureReportIntervalSec_};
-}
-
-[[nodiscard]] bool AddText(cJSON* object, const char* key, const std::string& value) {
-  return cJSON_AddStringToObject(object, key, value.c_str()) != nullptr;
-}
 
 // The counters go as strings: the metrics service takes them only in that form.
 CJsonOwner Describe(const Process& process) {
   CJsonOwner element(cJSON_CreateObject());
   if (!element) return nullptr;
   const bool complete =
-      AddText(element.get(), "name", process.name) &&
-      AddText(element.get(), "version", process.version) &&
-      AddText(element.get(), "state", process.StateInString()) &&
-      AddText(element.get(), "launchFailures", ToString(process.launchFailures)) &&
-      AddText(element.get(), "heartbeatMissing", ToString(process.heartbeatMissing));
+      AddString(element.get(), "name", process.name) &&
+      AddString(element.get(), "version", process.version) &&
+      AddString(element.get(), "state", process.StateInString()) &&
+      AddString(element.get(), "launchFailures", std::to_string(process.launchFailures)) &&
+      AddString(element.get(), "heartbeatMissing", std::to_string(process.heartbeatMissing));
   return complete ? std::move(element) : nullptr;
 }
 
@@ -45,7 +32,22 @@ void AddToReport(cJSON* list, Process& process) {
   process.heartbeatMissing = 0;
 }
 
-// The report's text; null when memory is missing.
+[[nodiscard]] bool SomeFailed(const std::vector<Process>& processes) {
+  for (const Process& process : processes) {
+    if (process.state == Process::State::Failed) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+bool IsReportDue(const std::vector<Process>& processes, std::int64_t lastReportSec,
+                 const ReportIntervals& intervals) {
+  const std::int64_t elapsedSec = SecondsSince(lastReportSec, NowMicros());
+  if (elapsedSec > std::int64_t{intervals.normalSec}) return true;
+  return elapsedSec > std::int64_t{intervals.failureSec} && SomeFailed(processes);
+}
+
 CJsonText BuildReport(std::vector<Process>& processes) {
   const CJsonOwner root(cJSON_CreateObject());
   cJSON* list = cJSON_AddArrayToObject(root.get(), "processes");
@@ -54,15 +56,8 @@ CJsonText BuildReport(std::vector<Process>& processes) {
   return CJsonText(cJSON_PrintUnformatted(root.get()));
 }
 
-}  // namespace
-
-int Processes::ReportMetrics() {
-  if (!IsDue(processes, lastReportTime)) return 0;
-  const CJsonText text = BuildReport(processes);
-  if (!text) return 1;
-  // Whether the service took it is the client library's affair: the report counts as sent.
-  (void)put_metrics_JSON(1, 255, "tolvarProcessList", text.get());
-  Log(text.get());
-  lastReportTime = NowSeconds();
-  return 0;
+void SubmitReport(const char* text) {
+  // Whether the service took it, and whatever the library threw, is the library's affair.
+  (void)Attempt([text] { (void)put_metrics_JSON(1, 255, "tolvarProcessList", text); });
+  Log(text);
 }

@@ -1,15 +1,30 @@
 #include "platform/clock.h"
 
+#include <poll.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <thread>
+#include <ctime>
+
+namespace {
+
+// Asked here and not through the C++ library, whose own clock was built with seconds of 32 bits on
+// 32-bit targets and returns rubbish from 2038 on.
+timespec Read(clockid_t clock) {
+  timespec now = {};
+  (void)clock_gettime(clock, &now);  // both clocks exist on every kernel
+  return now;
+}
+
+}  // namespace
 
 std::int64_t NowMicros() {
-  using std::chrono::duration_cast;
-  using std::chrono::microseconds;
-  // The library's clock counts nanoseconds; every time stamp of the system counts microseconds.
-  return duration_cast<microseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+  const timespec now = Read(CLOCK_REALTIME);
+  return std::int64_t{now.tv_sec} * microsPerSec + now.tv_nsec / 1000;
+}
+
+std::int64_t UptimeMillis() {
+  const timespec now = Read(CLOCK_MONOTONIC);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 void SleepSeconds(unsigned seconds) {
@@ -18,5 +33,5 @@ void SleepSeconds(unsigned seconds) {
 }
 
 void SleepMillis(unsigned milliseconds) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+  (void)poll(nullptr, 0, static_cast<int>(milliseconds));  // a signal handler may end it early
 }

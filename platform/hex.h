@@ -8,9 +8,9 @@
 [[nodiscard]] inline std::string LowercaseHex(const unsigned char* bytes, std::size_t count) {
   constexpr char digits[] = "0123456789abcdef";
   std::string text;
-  for (std::size_t i = 0; i < count; ++i) {
-    text += digits[bytes[i] / 16];
-    text += digits[bytes[i] % 16];
+  for (std::size_t half = 0; half < 2 * count; ++half) {
+    const unsigned byte = bytes[half / 2];
+    text += digits[half % 2 == 0 ? byte / 16 : byte % 16];
   }
   return text;
 }

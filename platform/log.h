@@ -5,7 +5,10 @@
 
 // Writes `text` and a line feed to standard output in one piece, past whatever buffers, flags and
 // locales the host has set on its streams; what the C library holds back for it goes out first.
-// Numbers belong in the text already (ToString). A line that cannot be written is lost; if nobody
-// reads the pipe any more, SIGPIPE has its usual effect. Allocates nothing. Any thread; blocks as
-// long as standard output does.
+// Numbers belong in the text already. Allocates nothing. Any thread.
+//
+// Blocks as long as standard output does. Where the host has made that non-blocking, a second
+// without progress drops the rest of the line, and further lines are dropped without waiting until
+// the reader goes on; the next line begins on a line of its own all the same. When nobody can read
+// any more, lines are lost; the SIGPIPE of that does not reach the host.
 void Log(std::string_view text);

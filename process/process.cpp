@@ -14,3 +14,10 @@ std::string Process::StateInString() const {
   }
   return "";
 }
+
+Process* FindNamed(std::string_view name, std::vector<Process>& processes) {
+  for (Process& process : processes) {
+    if (process.name == name) return &process;
+  }
+  return nullptr;
+}

@@ -1,7 +1,7 @@
 // One managed process: what the cloud says about it and what the supervisor knows of it.
 //
-// StepState runs once per pass and takes at most one decision: it first switches to a pending
-// version, then acts on the state.
+// StepState runs once per pass. It first switches to a pending version, unless that has to wait,
+// then acts on the state that results.
 //
 // clang-format off
 //   state              when                            then                                   becomes
@@ -26,6 +26,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "component/component.h"
@@ -89,3 +90,6 @@ class Process {
   void LaunchWhenDue();
   void RestartOrRollBack();
 };
+
+// The first of `processes` that is named `name`, to the letter; null when there is none.
+[[nodiscard]] Process* FindNamed(std::string_view name, std::vector<Process>& processes);

@@ -1,7 +1,7 @@
 #include "cloud/http_request.h"
 #include "platform/log.h"
+#include "process/parse_manifest.h"
 #include "process/process.h"
-#include "supervisor/processes.h"
 
 int Process::Rollback() {
   std::vector<char> body;
@@ -9,10 +9,10 @@ int Process::Rollback() {
     Log("Get last known good version processes failed");
     return 1;
   }
-  const std::string text(body.begin(), body.end());
+  const char* text = ManifestText(body);
   std::vector<Process> answer;
-  if (Processes::ParseResponse(text.c_str(), answer) != 0) {
-    Log("Parse last known good version response failed, " + text);
+  if (ParseManifest(text, answer) != 0) {
+    Log(std::string("Parse last known good version response failed, ") + text);
     return 1;
   }
   if (answer.empty()) {

@@ -1,9 +1,9 @@
 #include <cstdlib>
 #include <ctime>
-#include <exception>
 #include <thread>
 
 #include "cloud/http_request.h"
+#include "platform/attempt.h"
 #include "platform/clock.h"
 #include "platform/log.h"
 #include "platform/metrics_client.h"
@@ -16,27 +16,17 @@ std::uint32_t RescaledInterval(std::uint32_t intervalSec, int random) {
 
 namespace {
 
-// Does `work` and gives it up where memory runs out: what it was for comes round again in a later
-// pass, and whoever comes after it has its turn.
-template <typename Work>
-void Attempt(const Work& work) {
-  try {
-    work();
-  } catch (const std::exception&) {
-    return;
-  }
-}
-
 [[nodiscard]] bool ClientIsUp() {
-  int result = 1;
-  Attempt([&result] { result = HttpRequest::Instance()->Init(); });
+  int result = 1;  // what it stays at without memory
+  (void)Attempt([&result] { result = HttpRequest::Instance()->Init(); });
   return result == 0;
 }
 
 }  // namespace
 
 void Processes::LaunchAll() {
-  init_metrics_client();
+  // Whatever the device's metrics client throws, its reports alone are lost.
+  (void)Attempt(init_metrics_client);
   while (!ClientIsUp()) {
     Log("Init HttpRequest Instance failed");
     SleepSeconds(5);
@@ -54,31 +44,31 @@ void Processes::LaunchAll() {
 
   stopRequested.store(true);
   if (receiver.joinable()) receiver.join();
-  deinit_metrics_client();
+  (void)Attempt(deinit_metrics_client);
 }
 
 std::thread Processes::StartReceiver() {
-  while (!stopRequested.load()) {
-    try {
-      return std::thread(&Processes::ReceiveHeartbeat, this);
-    } catch (const std::exception&) {
-      // Without it every process would be taken for hung: supervision waits for a thread to be had.
-      SleepSeconds(1);
+  for (;;) {
+    std::thread receiver;
+    if (Attempt([&] { receiver = std::thread(&Processes::ReceiveHeartbeat, this); })) {
+      return receiver;
     }
+    // Without it every process would be taken for hung: supervision waits for a thread to be had.
+    if (stopRequested.load()) return receiver;
+    SleepSeconds(1);
   }
-  return {};
 }
 
+// What is given up in one of the steps comes round again in the next pass.
 void Processes::RunPass() {
   FetchWhenDue();
-  Attempt([this] { ProcessHeartbeat(); });
-  for (Process& process : processes) Attempt([&process] { process.StepState(); });
-  // A report that could not be built is due again in the next pass.
-  Attempt([this] { (void)ReportMetrics(); });
+  (void)Attempt([this] { ProcessHeartbeat(); });
+  for (Process& process : processes) (void)Attempt([&process] { process.StepState(); });
+  (void)Attempt([this] { (void)ReportMetrics(); });
 }
 
 void Processes::FetchWhenDue() {
-  const std::int64_t elapsedSec = (NowMicros() - lastBootstrapTime * microsPerSec) / microsPerSec;
+  const std::int64_t elapsedSec = SecondsSince(lastBootstrapTime, NowMicros());
   if (elapsedSec <= std::int64_t{bootstrapIntervalSec_}) return;
   if (GetProcesses("latest") != 0) Log("Get latest processes failed");
   // A failed fetch, too, is tried again only after a whole interval.

@@ -14,8 +14,9 @@
 // one take. `stopRequested` is atomic. `heartbeatSocket` is written before the second thread starts
 // and after it has ended. Everything else belongs to the host's thread.
 //
-// Memory. Where it runs out, the step at hand is given up and comes round again in a later pass; a
-// fetch counts as a failed one, a heartbeat as not received. The loop itself goes on.
+// Memory. Where it runs out, the step at hand is given up, without a message, and comes round again
+// in a later pass; a fetch counts as a failed one, a heartbeat as not received. The loop itself
+// goes on. So it does whatever the metrics client throws: its report counts as sent.
 //
 // Life. entry/ owns the object and destroys it only when nobody uses it any more. The processes
 // outlive the supervisor: nothing is stopped at shut-down.
@@ -23,14 +24,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <mutex>
-#include <queue>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "health/heartbeat.h"
+#include "health/heartbeat_channel.h"
 #include "process/process.h"
 
 class Processes {
@@ -47,7 +46,7 @@ class Processes {
   std::int64_t lastReportTime = 0;     // last report, seconds since the epoch; ReportMetrics
   int heartbeatSocket = -1;            // InitHeartbeatSocket; closed by the destructor
   std::mutex heartbeatMutex;           // guards the queue
-  std::queue<Heartbeat, std::deque<Heartbeat>> heartbeatQueue;  // received, not yet taken in
+  HeartbeatQueue heartbeatQueue;       // received, not yet taken in
   std::atomic<bool> stopRequested{false};  // ends Bootstrap, the loop and the receiver
 
   Processes() = default;
@@ -58,26 +57,25 @@ class Processes {
   ~Processes();
 
   // Takes over the intervals that /etc/config/.tolvar_config names, one "key=number" a line; a
-  // later line overwrites an earlier one, and each is logged as it was stored. Not validated: text
-  // without digits is 0, a negative number becomes its two's complement, and one beyond 32 bits the
-  // nearest that fits. Lines that begin with no known key are skipped. Without a readable file one
-  // message says so. Throws std::bad_alloc; calling it again reads everything anew.
+  // later line overwrites an earlier one, and each is logged as it was stored. Not validated: the
+  // number is a signed one of 32 bits, 0 for text without digits and the nearest for one beyond
+  // them; a negative one becomes its two's complement. Lines that begin with no known key are
+  // skipped. Without a readable file one message says so. Throws std::bad_alloc; calling it again
+  // reads everything anew.
   static void ReadConfig();
 
   // The supervisor's life on the calling thread: returns once `stopRequested` is seen after a pass.
   // Without the device's identity it waits for that first, whatever the flag says.
   void LaunchAll();
 
-  // Reads the process manifest `text` (NUL-terminated JSON) into `out`, which is emptied first. 0,
-  // or 1 when it is not a manifest; `out` then holds the records before the faulty one and is to be
-  // ignored. Logs each component read and no failure: the callers do.
+  // ParseManifest of process/parse_manifest.h.
   [[nodiscard]] static int ParseResponse(const char* text, std::vector<Process>& out);
 
   // Fetches the manifest of `version` and makes it the managed set: a listed process keeps its
   // running record, with the listed one as `pending` when its version differs; an unlisted one is
   // killed and dropped; a new one enters Stopped. 0; 1 the request or its answer was unusable; 2
-  // the transfer failed. On failure the set stays as it was, with a message. Blocks for the request
-  // and the kills.
+  // the transfer failed. On failure the set stays as it was, with a message unless memory is
+  // what is missing. Blocks for the request and the kills.
   [[nodiscard]] int GetProcesses(const std::string& version);
 
   // Fetches a first set, "latest" or else "lastknowngood", every 5 seconds until one is there or a
@@ -104,8 +102,6 @@ class Processes {
   [[nodiscard]] std::thread StartReceiver();
   void FetchWhenDue();
   void RunPass();
-  void DrainHeartbeats();
-  void MarkHungProcesses();
 };
 
 // `intervalSec` scaled by 0.5 to 0.995, by the remainder of `random` (not negative) over 100, so

@@ -2,13 +2,13 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <limits>
+#include <string>
 
-#include "component/storage.h"
+#include "platform/files.h"
+#include "platform/lines.h"
 #include "platform/log.h"
 #include "supervisor/processes.h"
-#include "supervisor/to_string.h"
 
 namespace {
 
@@ -38,7 +38,7 @@ void StoreAndLog(const std::string& line) {
   for (const auto& [key, interval] : configKeyTable) {
     if (line.rfind(key, 0) != 0) continue;
     interval = static_cast<std::uint32_t>(DecimalInt(line.c_str() + std::strlen(key)));
-    Log(key + ToString(interval));
+    Log(key + std::to_string(interval));
   }
 }
 
@@ -49,12 +49,6 @@ void Processes::ReadConfig() {
     Log(std::string("don't have config file ") + configPath + ", taking default configuration");
     return;
   }
-  std::ifstream file(configPath);
-  // Or missing memory would pass for the end of the file, and the lines after it be lost.
-  file.exceptions(std::ios::badbit);
-  try {
-    for (std::string line; std::getline(file, line);) StoreAndLog(line);
-  } catch (const std::ios_base::failure&) {
-    return;  // no file, but a directory, or one that cannot be read on: what was read counts
-  }
+  Lines lines(configPath);
+  for (std::string line; lines.Next(line);) StoreAndLog(line);
 }

@@ -1,21 +1,18 @@
-#include <algorithm>
-#include <exception>
 #include <utility>
 
 #include "cloud/http_request.h"
+#include "platform/attempt.h"
 #include "platform/clock.h"
 #include "platform/log.h"
+#include "process/parse_manifest.h"
 #include "supervisor/processes.h"
-#include "supervisor/to_string.h"
 
 namespace {
 
 // Carries `running` over into the fresh list, or stops it when it is not listed there.
 void CarryOver(Process& running, std::vector<Process>& fresh) {
-  const auto namesake = std::find_if(fresh.begin(), fresh.end(), [&running](const Process& listed) {
-    return listed.name == running.name;
-  });
-  if (namesake == fresh.end()) {
+  Process* namesake = FindNamed(running.name, fresh);
+  if (namesake == nullptr) {
     (void)running.Stop();  // dropped all the same
     Log("Stop unused process " + running.name);
     return;
@@ -32,11 +29,13 @@ void CarryOver(Process& running, std::vector<Process>& fresh) {
 }  // namespace
 
 int Processes::GetProcesses(const std::string& version) {
-  try {
-    return FetchAndReconcile(version);
-  } catch (const std::exception&) {
-    return 1;
-  }
+  int result = 1;  // what it stays at without memory
+  (void)Attempt([&] { result = FetchAndReconcile(version); });
+  return result;
+}
+
+int Processes::ParseResponse(const char* text, std::vector<Process>& out) {
+  return ParseManifest(text, out);
 }
 
 int Processes::FetchAndReconcile(const std::string& version) {
@@ -46,16 +45,16 @@ int Processes::FetchAndReconcile(const std::string& version) {
     Log("Failed to get processes for version " + version);
     return requested;
   }
-  const std::string text(body.begin(), body.end());
+  const char* text = ManifestText(body);
   std::vector<Process> fresh;
-  const int parsed = ParseResponse(text.c_str(), fresh);
+  const int parsed = ParseResponse(text, fresh);
   if (parsed != 0) {
-    Log("Failed to parse processes from " + text);
+    Log(std::string("Failed to parse processes from ") + text);
     return parsed;
   }
   for (Process& running : processes) CarryOver(running, fresh);
   processes = std::move(fresh);
-  Log("Got " + ToString(processes.size()) + " processes from cloud");
+  Log("Got " + std::to_string(processes.size()) + " processes from cloud");
   return 0;
 }
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "cloud/http_request.h"
+#include "cloud/write_body.h"
 #include "tests/fakes/scarcity.h"
 
 CurlRecorder curlRecorder;

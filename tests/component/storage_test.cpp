@@ -1,5 +1,5 @@
-#include "component/storage.h"
-
+#include "component/slots.h"
+#include "platform/files.h"
 #include "tests/kit/device.h"
 
 using StorageTest = DeviceTest;

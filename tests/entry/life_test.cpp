@@ -5,7 +5,7 @@
 
 #include "client/tolvar_heartbeat.h"
 #include "entry/tolvar.h"
-#include "platform/json_owner.h"
+#include "platform/json.h"
 #include "supervisor/processes.h"
 #include "tests/fakes/scarcity.h"
 #include "tests/kit/device.h"

@@ -23,6 +23,8 @@ std::int64_t NowMicros() {
   return fakeClock.nowMicros;
 }
 
+std::int64_t UptimeMillis() { return fakeClock.nowMicros / 1000; }
+
 void SleepSeconds(unsigned seconds) {
   const Spared spared;
   Trace("sleep " + std::to_string(seconds));
@@ -35,6 +37,7 @@ void SleepMillis(unsigned milliseconds) {
   const Spared spared;
   Trace("sleep " + std::to_string(milliseconds) + " ms");
   std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  fakeClock.nowMicros += milliseconds * 1000;
   if (fakeClock.onSleep) fakeClock.onSleep();
 }
 

@@ -1,7 +1,7 @@
 #include <cmath>
 
+#include "platform/to_unsigned.h"
 #include "supervisor/processes.h"
-#include "supervisor/to_unsigned.h"
 #include "tests/kit/device.h"
 
 namespace {

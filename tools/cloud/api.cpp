@@ -101,9 +101,9 @@ Answer LocationAnswer(const Service& service, const Fields& fields) {
   }
   const CJsonOwner tree = NewObject();
   cJSON* data = AddObject(tree.get(), "data");
-  AddString(data, "filename", filename);
-  AddString(data, "version", version);
-  AddString(data, "url",
+  PutString(data, "filename", filename);
+  PutString(data, "version", version);
+  PutString(data, "url",
             service.filesUrl + std::string(filesPrefix) + PercentEncoded(filename) + "/" +
                 PercentEncoded(version));
   Answer answer;
@@ -150,7 +150,7 @@ Answer ErrorAnswer(int status, const std::string& message) {
   const CJsonOwner tree = NewObject();
   cJSON* error = AddObject(tree.get(), "error");
   AddNumber(error, "code", status);
-  AddString(error, "message", message);
+  PutString(error, "message", message);
   return {status, CompactText(tree.get()), std::nullopt, "", message};
 }
 

@@ -29,7 +29,7 @@ bool GetString(const cJSON* object, const char* key, std::string& value) {
 
 CJsonOwner NewObject() { return CJsonOwner(Allocated(cJSON_CreateObject())); }
 
-void AddString(cJSON* object, const char* key, const std::string& value) {
+void PutString(cJSON* object, const char* key, const std::string& value) {
   Allocated(cJSON_AddStringToObject(object, key, value.c_str()));
 }
 

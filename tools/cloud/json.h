@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/json_owner.h"
+#include "platform/json.h"
 
 namespace standin {
 
@@ -18,7 +18,7 @@ namespace standin {
 
 // Each adds at the end of `object` or `array`, which keeps owning the addition; the second and
 // third answer it.
-void AddString(cJSON* object, const char* key, const std::string& value);
+void PutString(cJSON* object, const char* key, const std::string& value);
 cJSON* AddObject(cJSON* object, const char* key);
 cJSON* AddArray(cJSON* object, const char* key);
 void AddNumber(cJSON* object, const char* key, double value);

@@ -9,18 +9,18 @@ namespace {
 
 CJsonOwner ComponentTree(const ComponentRelease& component) {
   CJsonOwner tree = NewObject();
-  AddString(tree.get(), "filename", component.filename);
-  AddString(tree.get(), "localpath", component.localpath);
-  AddString(tree.get(), "version", component.version);
-  AddString(tree.get(), "checksum", component.checksum);
+  PutString(tree.get(), "filename", component.filename);
+  PutString(tree.get(), "localpath", component.localpath);
+  PutString(tree.get(), "version", component.version);
+  PutString(tree.get(), "checksum", component.checksum);
   return tree;
 }
 
 CJsonOwner ProcessTree(const ProcessRelease& process) {
   CJsonOwner tree = NewObject();
-  AddString(tree.get(), "processname", process.name);
-  AddString(tree.get(), "version", process.version);
-  AddString(tree.get(), "entrypoint", process.entrypoint);
+  PutString(tree.get(), "processname", process.name);
+  PutString(tree.get(), "version", process.version);
+  PutString(tree.get(), "entrypoint", process.entrypoint);
   if (process.startupSec) AddNumber(tree.get(), "maxstartuptime", *process.startupSec);
   if (process.launchRetries) AddNumber(tree.get(), "maxretries", *process.launchRetries);
   cJSON* components = AddArray(tree.get(), "components");

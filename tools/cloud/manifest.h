@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/json_owner.h"
+#include "platform/json.h"
 #include "tools/cloud/release_folder.h"
 
 namespace standin {

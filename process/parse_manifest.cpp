@@ -1,19 +1,13 @@
+#include "process/parse_manifest.h"
+
+#include <string_view>
 #include <utility>
 
-#include "platform/json_owner.h"
+#include "platform/json.h"
 #include "platform/log.h"
-#include "supervisor/processes.h"
-#include "supervisor/to_unsigned.h"
+#include "platform/to_unsigned.h"
 
 namespace {
-
-// Keys are matched in their case; the first of a repeated key counts.
-[[nodiscard]] bool ReadString(const cJSON* object, const char* key, std::string& out) {
-  const char* text = cJSON_GetStringValue(cJSON_GetObjectItemCaseSensitive(object, key));
-  if (text == nullptr) return false;
-  out = text;
-  return true;
-}
 
 // Anything but a number, its text form too, counts as absent.
 void ReadOptionalNumber(const cJSON* object, const char* key, std::uint32_t& out) {
@@ -34,7 +28,7 @@ void ReadOptionalNumber(const cJSON* object, const char* key, std::uint32_t& out
 }
 
 [[nodiscard]] bool ReadComponents(const cJSON* list, Process& process) {
-  if (!cJSON_IsArray(list)) return false;
+  if (list == nullptr) return false;
   const cJSON* element = nullptr;
   cJSON_ArrayForEach(element, list) {
     if (!ReadComponent(element, process)) return false;
@@ -48,19 +42,23 @@ void ReadOptionalNumber(const cJSON* object, const char* key, std::uint32_t& out
   if (!ReadString(element, "entrypoint", process.entrypoint)) return false;
   ReadOptionalNumber(element, "maxstartuptime", process.maxstartuptime);
   ReadOptionalNumber(element, "maxretries", process.maxretries);
-  return ReadComponents(cJSON_GetObjectItemCaseSensitive(element, "components"), process);
+  return ReadComponents(ArrayAt(element, "components"), process);
 }
 
 }  // namespace
 
-int Processes::ParseResponse(const char* text, std::vector<Process>& out) {
+const char* ManifestText(std::vector<char>& body) {
+  const std::string_view end("", 1);
+  body.insert(body.end(), end.begin(), end.end());
+  return body.data();
+}
+
+int ParseManifest(const char* text, std::vector<Process>& out) {
   out.clear();
   const CJsonOwner root(cJSON_Parse(text));
   if (!cJSON_IsObject(root.get())) return 1;
-  const cJSON* data = cJSON_GetObjectItemCaseSensitive(root.get(), "data");
-  if (!cJSON_IsObject(data)) return 1;
-  const cJSON* list = cJSON_GetObjectItemCaseSensitive(data, "processes");
-  if (!cJSON_IsArray(list)) return 1;
+  const cJSON* list = ArrayAt(ObjectAt(root.get(), "data"), "processes");
+  if (list == nullptr) return 1;
 
   const cJSON* element = nullptr;
   cJSON_ArrayForEach(element, list) {

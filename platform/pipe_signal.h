@@ -1,0 +1,27 @@
+// Keeps the signal of a pipe that nobody reads any more from the host.
+#pragma once
+
+#include <csignal>
+#include <ctime>
+
+// While one lives, a write of its thread to such a pipe only fails; neither what the host does on
+// SIGPIPE nor its other threads are touched.
+class PipeSignalHeld {
+ public:
+  PipeSignalHeld() {
+    (void)sigemptyset(&pipe_);  // with this set and signal none of the calls fails
+    (void)sigaddset(&pipe_, SIGPIPE);
+    (void)pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+  }
+  PipeSignalHeld(const PipeSignalHeld&) = delete;
+  PipeSignalHeld& operator=(const PipeSignalHeld&) = delete;
+  ~PipeSignalHeld() {
+    const timespec atOnce = {};
+    (void)sigtimedwait(&pipe_, nullptr, &atOnce);  // mostly there is none
+    (void)pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+ private:
+  sigset_t pipe_;
+  sigset_t before_;
+};
