@@ -8,7 +8,7 @@
 #include "client/tolvar_heartbeat.h"
 
 int main(int argc, char** argv) {
-  tolvar_heartbeat heartbeat;
+  tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
   if (argc != 3 || tolvar_heartbeat_open(&heartbeat) != 0) return 1;
   const int processes = std::atoi(argv[2]);
   if (processes < 1) return 1;

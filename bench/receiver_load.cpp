@@ -28,7 +28,7 @@ std::string NameOf(long index) { return "process-" + std::to_string(index % proc
 
 // Evenly spaced by the monotonic clock; what a late wake-up missed is made up for at once.
 Load Send(long rate, long seconds) {
-  tolvar_heartbeat heartbeat;
+  tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
   Load load;
   timespec next = {};
   const std::int64_t start = NowMicros();
@@ -40,7 +40,7 @@ Load Send(long rate, long seconds) {
     next.tv_nsec %= nanosPerSec;
     (void)clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
     const std::string name = NameOf(i);
-    while (tolvar_heartbeat_send(&heartbeat, name.c_str(), 0) != TOLVAR_HEARTBEAT_SENT) {
+    while (tolvar_heartbeat_send(&heartbeat, name.c_str(), 0) != 0) {
       ++load.refused;
       std::this_thread::yield();
     }

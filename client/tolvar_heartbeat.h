@@ -1,27 +1,39 @@
 // How a supervised application tells the supervisor that it is alive: one datagram of 144 bytes.
 //
-//   struct tolvar_heartbeat heartbeat;
-//   if (tolvar_heartbeat_open(&heartbeat) != 0) ...
-//   struct pollfd clock = {tolvar_heartbeat_clock_fd(&heartbeat), POLLIN, 0};
+// The least that an application does:
+//
+//   struct tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
+//   if (tolvar_heartbeat_open(&heartbeat) != 0) return 1;
 //   for (;;) {
 //     tolvar_heartbeat_send(&heartbeat, "streamer", TOLVAR_STATUS_OK);
-//     poll(&clock, 1, 1000);
-//     tolvar_heartbeat_clock_stepped(&heartbeat);
+//     sleep(1);
 //   }
 //
-// How often. The supervisor declares a process failed, kills and restarts it once its newest
-// heartbeat is 6 seconds old (max_heartbeat_interval, 5 unless the device configures another, plus
-// one). Send at no more than half of that limit, so that one lost datagram costs nothing: every
-// second or two.
+// How often. Send every second. The supervisor kills and restarts a process whose newest heartbeat
+// is too old: 6 seconds unless the device configures another limit. An application cannot ask for
+// the limit.
 //
-// Nothing here waits, allocates, logs, starts a thread or keeps global state. All state is in a
-// struct that the caller owns; use one struct from one thread at a time (or lock it), separate
-// structs are independent. Both descriptors close on exec. After fork the child shares them: it
-// should tolvar_heartbeat_close its copy, which leaves the parent's open.
+// The clock. Heartbeats carry the wall clock. When the clock is set forward, the newest heartbeat
+// is old at once. An application that does not want to be restarted for that watches the clock and
+// sends the next heartbeat right away. In place of the sleep:
 //
-// Needs Linux 3.0 and POSIX.1-2008 names: with -std=c99 define _POSIX_C_SOURCE as 200809L (or
-// _GNU_SOURCE, which g++ and clang++ define by themselves) before the first system header. Valid
-// C99 and C++98 and later.
+//   struct pollfd clock = {tolvar_heartbeat_clock_fd(&heartbeat), POLLIN, 0};
+//   ...
+//     poll(&clock, 1, 1000);
+//     tolvar_heartbeat_clock_stepped(&heartbeat);
+//
+// The second call takes the notice. Never leave it out: with a notice that nobody takes, each poll
+// returns at once, for ever, and the loop spins.
+//
+// Results. Every function that can fail returns -1 and sets errno. None waits, allocates, logs,
+// starts a thread or keeps global state. All state is in a struct that the caller owns. Use one
+// struct from one thread at a time, or lock it; separate structs are independent. The descriptors
+// close on exec. After fork the child shares them: let it close its copy with
+// tolvar_heartbeat_close, which leaves the parent's open.
+//
+// Needs Linux 3.0 and POSIX.1-2008 names: with -std=c99 define _POSIX_C_SOURCE as 200809L before
+// the first system header. (g++ and clang++ define _GNU_SOURCE, which includes it.) Before glibc
+// 2.17, link with -lrt. Valid C99 and C++98 and later.
 #ifndef TOLVAR_CLIENT_TOLVAR_HEARTBEAT_H_
 #define TOLVAR_CLIENT_TOLVAR_HEARTBEAT_H_
 
@@ -39,34 +51,19 @@
 #error "tolvar_heartbeat.h: define _POSIX_C_SOURCE as 200809L before the first system header"
 #endif
 
-// The status word of a heartbeat. Only "busy" means anything to the supervisor; it takes every
-// other value, negative ones too, as "not busy".
+// The status word of a heartbeat. Only "busy" means anything to the supervisor. Every other value,
+// also a negative one, means "not busy".
 //
-// Busy asks that this process not be killed for a new version of it. The supervisor goes by the
-// last status it received, so:
-// - Send the status with every heartbeat, and a first heartbeat right after the start: until then
-//   the status that an earlier instance left behind still counts.
-// - Busy holds only while the process is running. One that sends busy and then falls silent is
-//   declared failed like any other, and with an upgrade waiting the new version takes its place at
-//   once: the old instance, if only hung, is killed as the new one is launched.
-// - It is a request, not a lock. It does not protect from being taken out of the device's process
-//   set, and it comes too late once the supervisor has begun to fetch the new version.
+// Busy asks the supervisor not to kill this process for a new version of it. The last status
+// received counts, so:
+// - Send the status with every heartbeat, and the first heartbeat right after the start. Until then
+//   the status of an earlier instance counts.
+// - Busy holds only while the process runs. A busy process that falls silent has failed like any
+//   other. If an upgrade waits, the new version takes its place at once; the launch kills what is
+//   left of the old instance.
+// - It is a request, not a lock. It does not help a process that is no longer in the device's
+//   process set. It comes too late once the supervisor has begun to fetch the new version.
 enum { TOLVAR_STATUS_OK = 0, TOLVAR_STATUS_BUSY = 2 };
-
-// What became of a heartbeat. With no supervisor or a full buffer, just send the next one in time:
-// a supervisor that comes back is reached by the same struct.
-enum tolvar_heartbeat_result {
-  TOLVAR_HEARTBEAT_SENT = 0,
-  // No supervisor listens in this network namespace now.
-  TOLVAR_HEARTBEAT_NO_SUPERVISOR = 1,
-  // The supervisor has unread heartbeats up to its limit, as while it waits for its first process
-  // set after a start. This one is dropped.
-  TOLVAR_HEARTBEAT_BUFFER_FULL = 2,
-  // The name is null, empty or longer than TOLVAR_HEARTBEAT_NAME_MAX. Nothing was sent.
-  TOLVAR_HEARTBEAT_BAD_NAME = 3,
-  // Anything else; errno tells (EBADF: not open).
-  TOLVAR_HEARTBEAT_ERROR = 4
-};
 
 // Longest process name, in bytes without its terminator.
 enum { TOLVAR_HEARTBEAT_NAME_MAX = 131 };
@@ -88,20 +85,26 @@ TOLVAR_HEARTBEAT_ASSERT_(name, offsetof(struct tolvar_heartbeat_record, name) ==
 TOLVAR_HEARTBEAT_ASSERT_(address, sizeof(struct sockaddr_un) == 110);
 #undef TOLVAR_HEARTBEAT_ASSERT_
 
-// Owned by the caller, filled by tolvar_heartbeat_open. The fields are private.
+// Owned by the caller. The fields are private. A struct of zeros is closed, and safe to pass to
+// every function.
 struct tolvar_heartbeat {
-  int socketFd;  // -1: closed
-  int clockFd;   // -1: closed, or this kernel does not report clock steps
+  int socketPlusOne;  // the descriptor plus one; 0: closed
+  int clockPlusOne;   // the same; 0 also where this kernel does not report clock steps
 };
+
+// What a struct starts as: struct tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
+#define TOLVAR_HEARTBEAT_INIT \
+  { 0, 0 }
 
 // Private: arms the timer whose cancellation tells of a clock step. Returns 0 or -1 with errno.
 static inline int tolvar_heartbeat_arm_clock_(int clockFd, time_t expirySec) {
   // TFD_TIMER_CANCEL_ON_SET, whose name older libc headers lack.
   const int cancelOnSet = 1 << 1;
-  struct itimerspec expiry;
+  struct itimerspec expiry, before;
   memset(&expiry, 0, sizeof(expiry));
   expiry.it_value.tv_sec = expirySec;
-  if (timerfd_settime(clockFd, TFD_TIMER_ABSTIME | cancelOnSet, &expiry, NULL) == 0) return 0;
+  // Asks for the timer before, since no spelling of a null pointer suits C and every C++.
+  if (timerfd_settime(clockFd, TFD_TIMER_ABSTIME | cancelOnSet, &expiry, &before) == 0) return 0;
   // Armed, but the clock was set meanwhile.
   return errno == ECANCELED ? 0 : -1;
 }
@@ -116,7 +119,7 @@ static inline int tolvar_heartbeat_watch_clock_(int clockFd) {
   return tolvar_heartbeat_arm_clock_(clockFd, 0x7fffffff);
 }
 
-// Private: a descriptor that tells of clock steps, or -1.
+// Private: a descriptor that tells of clock steps, or -1 with errno.
 static inline int tolvar_heartbeat_open_clock_(void) {
   const int clockFd = timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK);
   if (clockFd < 0 || tolvar_heartbeat_watch_clock_(clockFd) == 0) return clockFd;
@@ -124,24 +127,23 @@ static inline int tolvar_heartbeat_open_clock_(void) {
   return -1;
 }
 
-// Opens `heartbeat`, whatever it held before: close it first if it was open. The supervisor need
-// not be running. Returns 0, or an errno value when no socket could be had; `heartbeat` is then
-// closed. Where clock steps cannot be watched, heartbeats work all the same.
+// Opens `heartbeat`, whatever it held before; close it first if it is open. The supervisor need not
+// run yet. Returns 0, or -1 with errno when there is no socket to be had (EMFILE, for example);
+// `heartbeat` is then closed. Where clock steps cannot be watched, heartbeats work all the same.
 static inline int tolvar_heartbeat_open(struct tolvar_heartbeat* heartbeat) {
-  heartbeat->clockFd = -1;
-  heartbeat->socketFd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (heartbeat->socketFd < 0) return errno;
-  heartbeat->clockFd = tolvar_heartbeat_open_clock_();
+  heartbeat->clockPlusOne = 0;
+  heartbeat->socketPlusOne = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0) + 1;
+  if (heartbeat->socketPlusOne == 0) return -1;
+  heartbeat->clockPlusOne = tolvar_heartbeat_open_clock_() + 1;
   return 0;
 }
 
-// Closes `heartbeat`. More calls do nothing; the first one needs a tolvar_heartbeat_open before it,
-// successful or not.
+// Closes `heartbeat`. A closed one stays closed; so a second call does nothing.
 static inline void tolvar_heartbeat_close(struct tolvar_heartbeat* heartbeat) {
-  if (heartbeat->socketFd >= 0) close(heartbeat->socketFd);
-  if (heartbeat->clockFd >= 0) close(heartbeat->clockFd);
-  heartbeat->socketFd = -1;
-  heartbeat->clockFd = -1;
+  if (heartbeat->socketPlusOne > 0) close(heartbeat->socketPlusOne - 1);
+  if (heartbeat->clockPlusOne > 0) close(heartbeat->clockPlusOne - 1);
+  heartbeat->socketPlusOne = 0;
+  heartbeat->clockPlusOne = 0;
 }
 
 // Private: fills the record with the time of now. Returns 0, or -1 with errno.
@@ -178,41 +180,49 @@ static inline int tolvar_heartbeat_transmit_(int socketFd,
              : 0;
 }
 
-// Sends one heartbeat that carries the wall clock of now. Never waits.
-// `name`: the "processname" of the manifest, byte for byte; a heartbeat under a name that the
-// supervisor does not know is dropped there without a word. `status`: TOLVAR_STATUS_OK or
-// TOLVAR_STATUS_BUSY.
-static inline enum tolvar_heartbeat_result tolvar_heartbeat_send(
-    const struct tolvar_heartbeat* heartbeat, const char* name, int32_t status) {
+// Sends one heartbeat with the wall clock of now.
+// `name`: the "processname" of the manifest, byte for byte. The supervisor drops a heartbeat under
+// a name that it does not know, without a word. `status`: TOLVAR_STATUS_OK or TOLVAR_STATUS_BUSY.
+// Returns 0, or -1 with errno; that heartbeat is then lost. Just send the next one in time: a
+// supervisor that comes back is reached by the same struct.
+//   ECONNREFUSED  no supervisor listens in this network namespace now
+//   EAGAIN        the supervisor has as many unread heartbeats as it may; it reads none while it
+//                 waits for its first process set after a start
+//   EINVAL        `name` is null, empty or longer than TOLVAR_HEARTBEAT_NAME_MAX
+//   EBADF         `heartbeat` is closed
+static inline int tolvar_heartbeat_send(const struct tolvar_heartbeat* heartbeat, const char* name,
+                                        int32_t status) {
   struct tolvar_heartbeat_record record;
-  const size_t nameLength = name == NULL ? 0 : strlen(name);
-  if (nameLength == 0 || nameLength > TOLVAR_HEARTBEAT_NAME_MAX) return TOLVAR_HEARTBEAT_BAD_NAME;
-  if (tolvar_heartbeat_fill_(&record, name, nameLength, status) != 0) return TOLVAR_HEARTBEAT_ERROR;
-  if (tolvar_heartbeat_transmit_(heartbeat->socketFd, &record) == 0) return TOLVAR_HEARTBEAT_SENT;
-  if (errno == ECONNREFUSED || errno == ENOENT) return TOLVAR_HEARTBEAT_NO_SUPERVISOR;
-  if (errno == EAGAIN || errno == ENOBUFS) return TOLVAR_HEARTBEAT_BUFFER_FULL;
-  return TOLVAR_HEARTBEAT_ERROR;
+  const size_t nameLength = name ? strlen(name) : 0;
+  if (nameLength == 0 || nameLength > TOLVAR_HEARTBEAT_NAME_MAX) {
+    errno = EINVAL;
+    return -1;
+  }
+  if (tolvar_heartbeat_fill_(&record, name, nameLength, status) != 0) return -1;
+  return tolvar_heartbeat_transmit_(heartbeat->socketPlusOne - 1, &record);
 }
 
-// A descriptor for poll, readable (POLLIN) once the wall clock has been set, by hand, by a time
-// service or by a resume from suspend; slewing does not count. -1 where the kernel cannot tell:
-// poll skips a negative descriptor, so it can be passed on unseen.
-//
-// Why it matters: heartbeats carry the wall clock. After a step forward the newest heartbeat looks
-// old at once, and the supervisor checks every second. Send the next one right away.
+// A descriptor for poll. It becomes readable (POLLIN) when the wall clock is set: by hand, by a
+// time service or by a resume from suspend. Slewing does not count. Call
+// tolvar_heartbeat_clock_stepped after each poll, or the next one returns at once. Returns -1 with
+// errno EBADF where the kernel cannot tell and where `heartbeat` is closed. poll skips a negative
+// descriptor, so it can be passed on unseen.
 static inline int tolvar_heartbeat_clock_fd(const struct tolvar_heartbeat* heartbeat) {
-  return heartbeat->clockFd;
+  if (heartbeat->clockPlusOne > 0) return heartbeat->clockPlusOne - 1;
+  errno = EBADF;
+  return -1;
 }
 
-// Asks whether the wall clock was set since the last call (or since the open), and watches on.
-// Returns 1 if it was, 0 if not, -1 with errno if it cannot be told (EBADF: not watched, or not
-// open). Never waits.
+// Tells whether the wall clock was set since the last call or the open, takes the notice and
+// watches on. Returns 1 if it was, 0 if not, -1 with errno if it cannot be told (EBADF: the clock
+// is not watched).
 static inline int tolvar_heartbeat_clock_stepped(struct tolvar_heartbeat* heartbeat) {
   uint64_t expirations;
-  if (read(heartbeat->clockFd, &expirations, sizeof(expirations)) >= 0) return 0;
+  const int clockFd = heartbeat->clockPlusOne - 1;
+  if (read(clockFd, &expirations, sizeof(expirations)) >= 0) return 0;
   if (errno == EAGAIN) return 0;
   if (errno != ECANCELED) return -1;
-  return tolvar_heartbeat_watch_clock_(heartbeat->clockFd) == 0 ? 1 : -1;
+  return tolvar_heartbeat_watch_clock_(clockFd) == 0 ? 1 : -1;
 }
 
 #endif  // TOLVAR_CLIENT_TOLVAR_HEARTBEAT_H_

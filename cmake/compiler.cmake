@@ -35,8 +35,9 @@ add_link_options(LINKER:-z,relro,-z,now LINKER:-z,noexecstack)
 # Two builds of one commit give the same files, wherever they are made.
 add_compile_options("-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
 
-add_library(tolvar_warnings INTERFACE)
-target_compile_options(tolvar_warnings INTERFACE
+set(warning_options
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual
-  -Wformat=2 -Wundef -Wvla -Werror
+  -Wformat=2 -Wundef -Wvla -Werror)
+add_library(tolvar_warnings INTERFACE)
+target_compile_options(tolvar_warnings INTERFACE ${warning_options}
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>)

@@ -2,11 +2,12 @@
 //
 //   streamer [--busy-file PATH] [--mute]
 //
-// Sends a heartbeat each second. While PATH exists it says "busy", so an upgrade waits.
-// With --mute, or in a release built with APP_MUTE, it sends none: a release that cannot live.
+// It sends a heartbeat each second. While PATH exists it says "busy", so an upgrade waits.
+// With --mute, or in a release built with APP_MUTE, it sends none: such a release cannot live.
 #include <poll.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -46,7 +47,7 @@ std::int32_t CurrentStatus(const Options& options) {
   return busy ? TOLVAR_STATUS_BUSY : TOLVAR_STATUS_OK;
 }
 
-// Returns when the next heartbeat is due: after the interval, or as soon as the clock was set.
+// Returns when the next heartbeat is due: after the interval, or as soon as the clock is set.
 void WaitForNext(tolvar_heartbeat& heartbeat) {
   pollfd clock = {tolvar_heartbeat_clock_fd(&heartbeat), POLLIN, 0};
   poll(&clock, 1, heartbeatIntervalMs);
@@ -55,23 +56,35 @@ void WaitForNext(tolvar_heartbeat& heartbeat) {
 
 struct Report {
   std::int32_t status = TOLVAR_STATUS_OK;
-  tolvar_heartbeat_result result = TOLVAR_HEARTBEAT_SENT;
+  int error = 0;  // the errno of a heartbeat that could not be sent
 };
 
 Report SendHeartbeat(const tolvar_heartbeat& heartbeat, const Options& options) {
   Report report;
   report.status = CurrentStatus(options);
-  report.result = tolvar_heartbeat_send(&heartbeat, processName, report.status);
+  const bool sent = tolvar_heartbeat_send(&heartbeat, processName, report.status) == 0;
+  report.error = sent ? 0 : errno;
   return report;
 }
 
+const char* SendingText(int error) {
+  switch (error) {
+    case 0:
+      return "sent";
+    case ECONNREFUSED:
+      return "no supervisor";
+    case EAGAIN:
+      return "the supervisor does not read";
+    default:
+      return std::strerror(error);
+  }
+}
+
 void LogChange(const Report& last, const Report& now) {
-  static constexpr const char* resultTexts[] = {"sent", "no supervisor", "buffer full", "bad name",
-                                                "error"};
   if (now.status != last.status) {
     std::puts(now.status == TOLVAR_STATUS_BUSY ? "busy" : "no longer busy");
   }
-  if (now.result != last.result) std::printf("heartbeat: %s\n", resultTexts[now.result]);
+  if (now.error != last.error) std::printf("heartbeat: %s\n", SendingText(now.error));
 }
 
 }  // namespace
@@ -82,11 +95,11 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: %s [--busy-file PATH] [--mute]\n", processName);
     return 2;
   }
-  // The output is a file on the device: without this, lines would be lost to SIGKILL.
+  // The output is a file on the device. Without this, SIGKILL would lose lines.
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::printf("%s %s started, pid %d\n", processName, APP_VERSION, getpid());
 
-  tolvar_heartbeat heartbeat;
+  tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
   if (tolvar_heartbeat_open(&heartbeat) != 0) return 1;
   Report last;
   for (;;) {

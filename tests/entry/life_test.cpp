@@ -26,7 +26,7 @@ std::ptrdiff_t Entries(const char* directory) {
 // A heartbeat as an application sends it: its time stamp is the real time, far in the fake clock's
 // future. Ends the receiver's wait.
 void Beat(const char* name) {
-  tolvar_heartbeat heartbeat;
+  tolvar_heartbeat heartbeat = TOLVAR_HEARTBEAT_INIT;
   EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
   (void)tolvar_heartbeat_send(&heartbeat, name, 0);
   tolvar_heartbeat_close(&heartbeat);

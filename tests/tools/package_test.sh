@@ -11,7 +11,15 @@ cpack --config "$build/CPackConfig.cmake" -B /run/packages >/run/cpack.log
 dpkg-deb -x /run/packages/*.deb $root
 tar -xzf /run/packages/*.tar.gz -C /run/tar --strip-components=1
 cmp $plug_in /run/tar/usr/lib/libtolvar.so
-[[ $("$readelf" -dlW $plug_in | grep -cE 'GNU_RELRO|FLAGS_1.* NOW|GNU_STACK.* RW ') == 3 ]]
+
+segments=$("$readelf" --segments --wide $plug_in)
+dynamic=$("$readelf" --dynamic --wide $plug_in)
+imports=$("$readelf" --dyn-syms --wide $plug_in)
+[[ $segments == *GNU_RELRO* ]]
+[[ $segments =~ GNU_STACK[^$'\n']*' RW ' ]]     # not executable
+[[ $dynamic =~ FLAGS_1[^$'\n']*' NOW' ]]
+[[ $imports == *'UND __stack_chk_fail'* ]]      # stack protector
+[[ $imports =~ 'UND __'[a-z]+'_chk@' ]]         # fortified calls of the C library
 
 # The client header is found by pkg-config and by CMake, and compiles.
 cd /run/client
