@@ -1,11 +1,9 @@
 #include "tests/cloud/curl_recorder.h"
 
-#include <curl/curl.h>
 #include <dlfcn.h>
 
 #include <cstdarg>
-#include <utility>
-#include <vector>
+#include <string_view>
 
 #include "cloud/write_body.h"
 #include "tests/fakes/scarcity.h"
@@ -14,23 +12,39 @@ CurlRecorder curlRecorder;
 
 namespace {
 
+CurlRequest current;                // as far as its options have been set
 std::vector<char>* body = nullptr;  // of the next transfer
 
 template <typename Function, typename... Arguments>
-auto Record(std::string_view call, Function* /*type*/, const char* name, Arguments... arguments) {
-  const Spared spared;
-  curlRecorder.calls.append(" ").append(call);
+auto PassOn(Function* /*type*/, const char* name, Arguments... arguments) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name))(arguments...);
+}
+
+template <typename Function, typename... Arguments>
+auto Record(std::string_view call, Function* type, const char* name, Arguments... arguments) {
+  const Spared spared;
+  curlRecorder.calls.emplace_back(call);
+  return PassOn(type, name, arguments...);
+}
+
+std::string ListText(const curl_slist* item) {
+  std::string text;
+  for (; item != nullptr; item = item->next) text += "[" + std::string(item->data) + "]";
+  return text;
 }
 
 // Numbers, texts and lists as they are; other pointers have nothing to show.
 std::string Shown(curl_easytype type, void* value) {
   if (type <= CURLOT_VALUES) return std::to_string(reinterpret_cast<long>(value));
   if (type == CURLOT_STRING || type == CURLOT_OBJECT) return static_cast<char*>(value);
-  auto* item = static_cast<curl_slist*>(type == CURLOT_SLIST ? value : nullptr);
-  std::string text;
-  for (; item != nullptr; item = item->next) text += "[" + std::string(item->data) + "]";
-  return text;
+  if (type == CURLOT_SLIST) return ListText(static_cast<curl_slist*>(value));
+  return "";
+}
+
+void Note(CURLoption option, void* value) {
+  if (option == CURLOPT_URL) current = {static_cast<char*>(value), ""};
+  if (option == CURLOPT_POSTFIELDS) current.json = static_cast<char*>(value);
+  if (option == CURLOPT_WRITEDATA) body = static_cast<std::vector<char>*>(value);
 }
 
 }  // namespace
@@ -43,14 +57,31 @@ CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   va_start(arguments, option);
   void* value = va_arg(arguments, void*);
   va_end(arguments);
-  if (option == CURLOPT_WRITEDATA) body = static_cast<std::vector<char>*>(value);
   const curl_easyoption& known = *curl_easy_option_by_id(option);
-  const std::string call = std::string(known.name) + "=" + Shown(known.type, value);
+  curlRecorder.calls.push_back(std::string(known.name) + "=" + Shown(known.type, value));
+  if (option == curlRecorder.refusedOption) return CURLE_OUT_OF_MEMORY;
+  Note(option, value);
   if (option == CURLOPT_TIMEOUT) {
     value = reinterpret_cast<void*>(reinterpret_cast<long>(value) * curlRecorder.second);
     option = CURLOPT_TIMEOUT_MS;
   }
-  return Record(call, curl_easy_setopt, __func__, handle, option, value);
+  return PassOn(curl_easy_setopt, __func__, handle, option, value);
+}
+
+CURLcode curl_easy_perform(CURL* handle) {
+  {
+    const Spared spared;
+    curlRecorder.calls.emplace_back(__func__);
+    curlRecorder.requests.push_back(current);
+  }
+  if (!curlRecorder.answer) return PassOn(curl_easy_perform, __func__, handle);
+  Spared::now = true;
+  const CurlAnswer answer = curlRecorder.answer(current);
+  Spared::now = false;
+  if (answer.body.empty()) return answer.code;
+  const std::size_t size = answer.body.size();
+  const bool taken = WriteBodyCallback(answer.body.data(), 1, size, body) == size;
+  return taken ? answer.code : CURLE_WRITE_ERROR;
 }
 
 CURL* curl_easy_init() {
@@ -59,14 +90,6 @@ CURL* curl_easy_init() {
 CURLcode curl_global_init(long flags) {
   const Spared spared;
   return Record("curl_global_init=" + std::to_string(flags), curl_global_init, __func__, flags);
-}
-CURLcode curl_easy_perform(CURL* curl) {
-  if (!curlRecorder.answer) return Record(__func__, curl_easy_perform, __func__, curl);
-  const bool spared = std::exchange(Spared::now, true);
-  const auto [text, code] = curlRecorder.answer(std::exchange(curlRecorder.calls, {}));
-  Spared::now = spared;
-  if (!text.empty()) (void)WriteBodyCallback(text.data(), 1, text.size(), body);
-  return CURLcode(code);
 }
 void curl_slist_free_all(curl_slist* list) {
   Record(__func__, curl_slist_free_all, __func__, list);

@@ -7,7 +7,7 @@
 namespace fs = std::filesystem;
 
 const std::string right = "the right bytes", sum = Md5(right), url = "https://cloud.test:8443/f";
-const std::string request = R"("processname":"app","filename":"file","version":"1"} )";
+const std::string request = R"("processname":"app","filename":"file","version":"1"})";
 const std::string whole = R"({"data":{"filename":"file","version":"1","url":")" + url + R"("}})";
 const std::string named = " component: name file, version 1";
 const std::string live = "/media/app/file", slot = "/media/app/file.predownload";
@@ -92,8 +92,10 @@ struct TornFilesTest : DeviceTest, testing::WithParamInterface<std::string> {
     process.components = {{"app", "file", live, "1", sum}};
     traceCalls = true;
     fakeShell.onCommand = [this](const std::string& command) { return Run(command); };
-    curlRecorder.answer = [this](const std::string& calls) {
-      return calls.find(request) < calls.size() ? model.location : model.file;
+    curlRecorder.answer = [this](const CurlRequest& asked) {
+      const bool located = asked.json.find(request) < asked.json.size();
+      const auto& [body, code] = located ? model.location : model.file;
+      return CurlAnswer{body, CURLcode(code)};
     };
   }
   // Does what the real shell does, which some combinations ask, but much faster.

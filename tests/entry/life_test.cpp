@@ -113,9 +113,9 @@ TEST_F(LifeTest, StopsAtAnyMomentWithoutALeftover) {
   const char* const obstacles[] = {"none", "get_processes", "https://files.", "socket", "wlan0"};
   std::atomic<const char*> obstacle{nullptr};
   Release("1");
-  curlRecorder.answer = [&, answer = curlRecorder.answer](const std::string& calls) {
-    while (calls.find(obstacle) < calls.size()) std::this_thread::yield();
-    return answer(calls);
+  curlRecorder.answer = [&, answer = curlRecorder.answer](const CurlRequest& request) {
+    while (request.url.find(obstacle) < request.url.size()) std::this_thread::yield();
+    return answer(request);
   };
   fakeClock.real = true;
   std::ptrdiff_t descriptors = 0, threads = 0;

@@ -20,19 +20,27 @@
   return text;
 }
 
+// A member of a flat JSON object of strings, "" when it is not there.
+[[nodiscard]] inline std::string StringIn(const std::string& json, const std::string& key) {
+  const std::string start = "\"" + key + "\":\"";
+  const std::size_t at = json.find(start), from = at + start.size();
+  return at == std::string::npos ? "" : json.substr(from, json.find('"', from) - from);
+}
+
 // Has an answer for "<version> <process>" (a manifest), "<filename>@<version>" (a location), a URL.
 struct FakeCloud {
   std::vector<std::string> asked;  // in order
-  // The body and libcurl's code; without an answer there is no connection.
-  std::map<std::string, std::pair<std::string, int>> answers;
+  // Without an answer there is no connection.
+  std::map<std::string, CurlAnswer> answers;
 
   FakeCloud() {
-    curlRecorder.answer = [this](const std::string& calls) {
-      asked.push_back(KeyOf(calls));
-      return answers.try_emplace(asked.back(), "", 7).first->second;
+    curlRecorder.answer = [this](const CurlRequest& request) {
+      asked.push_back(KeyOf(request));
+      const auto known = answers.find(asked.back());
+      return known == answers.end() ? CurlAnswer{"", CURLE_COULDNT_CONNECT} : known->second;
     };
   }
-  void Set(const std::string& key, const std::string& body) { answers[key] = {body, 0}; }
+  void Set(const std::string& key, const std::string& body) { answers[key] = {body}; }
   // Makes a component's file downloadable.
   void SetFile(const std::string& name, const std::string& version, const std::string& bytes) {
     const std::string url = "https://files.test/" + name + "/" + version;
@@ -42,14 +50,12 @@ struct FakeCloud {
   }
 
  private:
-  static std::string KeyOf(const std::string& calls) {
-    const auto after = [&calls](const std::string& start, char end) {
-      const std::size_t at = calls.find(start), from = at + start.size();
-      return at < calls.size() ? calls.substr(from, calls.find(end, from) - from) : "";
-    };
-    const std::string version = after("\"version\":\"", '"'), file = after("\"filename\":\"", '"');
-    if (version.empty()) return after(" URL=", ' ');
-    return file.empty() ? version + " " + after("\"processname\":\"", '"') : file + "@" + version;
+  static std::string KeyOf(const CurlRequest& request) {
+    if (request.json.empty()) return request.url;
+    const std::string version = StringIn(request.json, "version");
+    const std::string file = StringIn(request.json, "filename");
+    if (!file.empty()) return file + "@" + version;
+    return version + " " + StringIn(request.json, "processname");
   }
 };
 
