@@ -1,6 +1,6 @@
 #include "process/parse_manifest.h"
 
-#include <string_view>
+#include <array>
 #include <utility>
 
 #include "platform/json.h"
@@ -48,8 +48,8 @@ void ReadOptionalNumber(const cJSON* object, const char* key, std::uint32_t& out
 }  // namespace
 
 const char* ManifestText(std::vector<char>& body) {
-  const std::string_view end("", 1);
-  body.insert(body.end(), end.begin(), end.end());
+  constexpr std::array<char, 1> end = {};
+  body.insert(body.end(), end.data(), end.data() + end.size());
   return body.data();
 }
 
