@@ -12,8 +12,7 @@
 
 namespace {
 
-// What the command line gives. Each command has its share.
-struct Words {
+struct Words {  // what the command line gives; each command has its share
   std::string root, label, process, from, to;
   PublishRequest release;
   ServerSettings server;

@@ -1,6 +1,5 @@
-// A process manifest, {"data":{"processes":[...]}}, as one document. What is not edited stays as it
-// was read, unknown keys and entries included. The entries are not looked into: a developer may
-// want to see what a device makes of a broken one.
+// A process manifest, {"data":{"processes":[...]}}. What is not edited stays as it was read.
+// Entries are not looked into: a developer may want to see what a device makes of a broken one.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -29,8 +29,7 @@ struct ComponentRelease {
 [[nodiscard]] ComponentRelease ReadComponent(const std::string& text,
                                              const std::string& processVersion);
 
-// Checked, with nothing written yet.
-struct PublishPlan {
+struct PublishPlan {  // checked, with nothing written yet
   PublishRequest request;
   std::vector<ComponentRelease> components;
   Manifest manifest;  // with the process in the place of the first of its name, else the last

@@ -42,9 +42,9 @@ std::vector<std::string> PublishWarnings(PublishPlan plan) {
     warnings.emplace_back("the entry point has no \"&\": the device waits until it returns");
   }
   for (const auto& component : plan.components) {
-    if (component.localpath.rfind('/') != 0) continue;
-    warnings.push_back(component.localpath +
-                       " lies directly under \"/\": the device cannot write it");
+    const std::string& path = component.localpath;
+    if (path.rfind('/') != 0) continue;
+    warnings.push_back(path + " lies directly under \"/\": the device cannot write it");
   }
   return warnings;
 }

@@ -14,8 +14,6 @@
 namespace {
 
 constexpr char json[] = "application/json";
-// The requests of the API are a few hundred bytes long.
-constexpr std::size_t maxBodyBytes = std::size_t{64} * 1024;
 
 void Refuse(httplib::Response& response, int status, const std::string& message) {
   Json body;
@@ -59,7 +57,7 @@ void SetRoutes(const ServerSettings& settings, httplib::Server& server) {
 }
 
 void SetLimits(httplib::Server& server) {
-  server.set_payload_max_length(maxBodyBytes);
+  server.set_payload_max_length(65536);  // a request has a few hundred bytes
   // A device makes a connection per request; idle ones would only hold up the end.
   server.set_keep_alive_max_count(1);
   // The library's default shares a busy port with its other user instead of reporting it.
@@ -72,8 +70,7 @@ void SetLimits(httplib::Server& server) {
 void ListenUntilSignal(const std::string& place, httplib::Server& server) {
   sigset_t signals;
   sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  sigaddset(&signals, SIGINT);
+  for (const int signal : {SIGTERM, SIGINT}) sigaddset(&signals, signal);
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   server.new_task_queue = [&] {  // asked for when the library's stop() works
     LogLine("listening on https://" + place);

@@ -14,8 +14,7 @@ struct ServerSettings {
   std::string filesUrl;  // what download locations begin with; no trailing slash
 };
 
-// Serves until SIGTERM or SIGINT, which stay blocked afterwards; breaks off the downloads then
-// under way. Writes "listening on https://ADDRESS:PORT" to standard output once it can be reached,
-// then a line per request. To be called once, before there are other threads. Throws
-// std::runtime_error, with the reason, when it cannot serve.
+// Serves until SIGTERM or SIGINT, which stay blocked; breaks off the downloads then under way.
+// Writes "listening on https://ADDRESS:PORT" to standard output once it can be reached, then a line
+// per request. To be called once, before there are other threads. Throws std::runtime_error.
 void Serve(const ServerSettings& settings);
