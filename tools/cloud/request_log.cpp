@@ -7,8 +7,7 @@
 void LogLine(std::string line) {
   const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
   std::replace_if(line.begin(), line.end(), isControl, '?');
-  line += '\n';
-  std::fwrite(line.data(), 1, line.size(), stdout);
+  std::puts(line.c_str());
   std::fflush(stdout);
 }
 
