@@ -1,67 +1,33 @@
-// A process manifest: {"data":{"processes":[...]}}, read, edited and written as one document. What
-// is not edited stays as it was read, unknown keys and entries included.
+// A process manifest, {"data":{"processes":[...]}}. What is not edited stays as it was read.
+// Entries are not looked into: a developer may want to see what a device makes of a broken one.
 #pragma once
 
-#include <cstdint>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "platform/json.h"
 #include "tools/cloud/release_folder.h"
 
-namespace standin {
+using Json = nlohmann::ordered_json;
 
-struct ComponentRelease {
-  std::string filename;
-  std::string localpath;  // absolute, on the device
-  std::string version;
-  std::string checksum;  // MD5, 32 lowercase hexadecimal digits
+struct Manifest {
+  std::string text;  // as it lies on the disk; empty when it is new
+  Json document = {{"data", {{"processes", Json::array()}}}};
+
+  [[nodiscard]] Json::array_t& Processes();
 };
 
-struct ProcessRelease {
-  std::string name;
-  std::string version;
-  std::string entrypoint;                      // a shell command line
-  std::optional<std::uint32_t> startupSec;     // absent: the device's default
-  std::optional<std::uint32_t> launchRetries;  // absent: the device's default
-  std::vector<ComponentRelease> components;
-};
+// `label` must be a label. Nothing when it has no manifest. Throws std::runtime_error, with the
+// reason, when the manifest is unreadable or of another form.
+[[nodiscard]] std::optional<Manifest> FindManifest(const ReleaseFolder& folder,
+                                                   const std::string& label);
+// As above, for people: also throws when the folder or the manifest is missing.
+[[nodiscard]] Manifest LoadManifest(const ReleaseFolder& folder, const std::string& label);
 
-class Manifest {
- public:
-  Manifest();  // lists no process
+// Removes every entry of that name. Throws std::runtime_error, also when there is none.
+void Withdraw(const ReleaseFolder& folder, const std::string& label, const std::string& process);
+// Makes the second label list what the first lists, byte for byte. Throws std::runtime_error.
+void CopyLabel(const ReleaseFolder& folder, const std::string& from, const std::string& to);
 
-  // Nothing when `text` is not JSON of the shape above. The entries are not looked into: a
-  // developer may want to see what a device makes of a broken one.
-  [[nodiscard]] static std::optional<Manifest> Parse(const std::string& text);
-
-  [[nodiscard]] std::vector<std::string> ProcessNames() const;
-  // Takes the place of the first process of that name, else the last place.
-  void Put(const ProcessRelease& process);
-  // Removes every process of that name; false when there is none.
-  [[nodiscard]] bool Remove(const std::string& name);
-  // Removes every other process.
-  void KeepOnly(const std::string& name);
-
-  [[nodiscard]] std::string Compact() const;
-  [[nodiscard]] std::string Readable() const;
-
- private:
-  explicit Manifest(CJsonOwner document);
-  [[nodiscard]] cJSON* Processes() const;
-
-  CJsonOwner tree;
-};
-
-struct ManifestFile {
-  enum class State { Loaded, Missing, Broken };
-  State state = State::Missing;
-  std::string text;   // as it lies on the disk, when loaded
-  Manifest manifest;  // lists no process unless loaded
-  std::string error;  // what to tell people, unless loaded
-};
-// `label` must be a label.
-[[nodiscard]] ManifestFile LoadManifest(const ReleaseFolder& folder, const std::string& label);
-
-}  // namespace standin
+// The name of an entry; empty when it has none.
+[[nodiscard]] std::string NameOf(const Json& process);

@@ -1,51 +1,44 @@
-// Putting a process and its component files under a label.
+// Putting a process and its files under a label. What throws, throws std::runtime_error.
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/cloud/manifest.h"
-#include "tools/cloud/release_folder.h"
 
-namespace standin {
-
-// As given by people: nothing is checked yet.
 struct PublishRequest {
-  std::string label;
-  std::string name;
+  std::string label;  // must be one
+  std::string process;
   std::string version;
-  std::string entrypoint;
-  std::optional<std::string> maxstartuptime;
-  std::optional<std::string> maxretries;
-  std::vector<std::string> components;  // each FILE,FILENAME,LOCALPATH[,VERSION]
+  std::string entrypoint;                       // a shell command line
+  std::optional<std::uint32_t> maxstartuptime;  // seconds; absent: the device's default
+  std::optional<std::uint32_t> maxretries;      // absent: the device's default
+  std::vector<std::string> components;          // each FILE,FILENAME,LOCALPATH[,VERSION]
 };
 
-struct PublishedFile {
-  std::filesystem::path source;
-  std::uintmax_t bytes = 0;
+struct ComponentRelease {
+  std::string source;  // a file on this machine
+  std::string filename;
+  std::string localpath;  // absolute, on the device
+  std::string version;
+  std::string checksum;  // MD5, 32 lowercase hexadecimal digits
 };
+// Checks `text` and reads the file; without a version it has the process's. Throws.
+[[nodiscard]] ComponentRelease ReadComponent(const std::string& text,
+                                             const std::string& processVersion);
 
-// Checked, with nothing written yet.
-struct PublishPlan {
-  std::string label;
-  ProcessRelease process;
-  std::vector<PublishedFile> files;  // of process.components, in their order
-  Manifest manifest;                 // with the process in it
+struct PublishPlan {  // checked, with nothing written yet
+  PublishRequest request;
+  std::vector<ComponentRelease> components;
+  Manifest manifest;  // with the process in the place of the first of its name, else the last
 };
+// Throws when the request or the label's present manifest is at fault.
+[[nodiscard]] PublishPlan PlanPublish(const ReleaseFolder& folder, const PublishRequest& request);
 
-// Nothing, and `error` says why, when the request or the label's present manifest is at fault.
-[[nodiscard]] std::optional<PublishPlan> PlanPublish(const ReleaseFolder& folder,
-                                                     const PublishRequest& request,
-                                                     std::string& error);
+// What a device will accept and yet not do well, one text each.
+[[nodiscard]] std::vector<std::string> PublishWarnings(PublishPlan plan);
 
-// The files first, the manifest last: what a manifest names can always be fetched.
-[[nodiscard]] bool CarryOut(const ReleaseFolder& folder, const PublishPlan& plan,
-                            std::string& error);
-
-// What a device will accept and yet not do well; one text each, empty when all is well.
-[[nodiscard]] std::vector<std::string> PublishWarnings(const PublishPlan& plan);
-
-}  // namespace standin
+// The files first, the manifest last: what a manifest names can always be fetched. Throws.
+void CarryOut(const ReleaseFolder& folder, const PublishPlan& plan);

@@ -2,88 +2,59 @@
 
 #include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
+#include <system_error>
 
-namespace standin {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view components = "files";
-
-bool Failed(const std::error_code& code, const fs::path& target, std::string& error) {
-  if (!code) return false;
-  error = "cannot write " + target.string() + ": " + code.message();
-  return true;
-}
-
-// A temporary name in the same folder, where a rename is atomic.
-std::optional<fs::path> TemporaryFor(const fs::path& target, std::string& error) {
-  std::error_code code;
-  fs::create_directories(target.parent_path(), code);
-  if (Failed(code, target, error)) return std::nullopt;
-  return target.string() + ".new." + std::to_string(getpid());
-}
-
-bool PutInPlace(const fs::path& temporary, const fs::path& target, std::string& error) {
-  std::error_code code;
-  fs::rename(temporary, target, code);
-  if (!Failed(code, target, error)) return true;
-  fs::remove(temporary, code);
-  return false;
+// `make` gets a temporary name in the same folder, where a rename is atomic.
+template <typename Make>
+void PutInPlace(const fs::path& target, const Make& make) {
+  const fs::path temporary = target.string() + ".new." + std::to_string(getpid());
+  try {
+    fs::create_directories(target.parent_path());
+    make(temporary);
+    fs::rename(temporary, target);
+  } catch (const std::system_error& error) {
+    std::error_code ignored;
+    fs::remove(temporary, ignored);
+    throw std::runtime_error("cannot write " + target.string() + ": " + error.code().message());
+  }
 }
 
 }  // namespace
 
-bool IsPathElement(std::string_view text) {
-  constexpr std::string_view forbidden("/\0", 2);
+void ReleaseFolder::RequireRoot() const {
+  if (!fs::is_directory(root)) throw std::runtime_error("no such root: " + root.string());
+}
+
+bool IsPathElement(const std::string& text) {
   return !text.empty() && text != "." && text != ".." &&
-         text.find_first_of(forbidden) == std::string_view::npos;
+         text.find_first_of("/\0", 0, 2) == std::string_view::npos;
 }
 
-bool IsLabel(std::string_view text) { return IsPathElement(text) && text != components; }
+bool IsLabel(const std::string& text) { return IsPathElement(text) && text != "files"; }
 
-fs::path ReleaseFolder::ManifestPath(const std::string& label) const {
-  return root / label / "manifest.json";
+std::ifstream OpenFile(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (file && !fs::is_directory(path)) return file;
+  throw std::system_error(file ? EISDIR : errno, std::generic_category(),
+                          "cannot read " + path.string());
 }
 
-fs::path ReleaseFolder::ComponentPath(const std::string& filename,
-                                      const std::string& version) const {
-  return root / components / filename / version;
+void PutText(const fs::path& target, const std::string& text) {
+  PutInPlace(target, [&](const fs::path& temporary) {
+    std::ofstream output(temporary, std::ios::binary);
+    output << text;
+    output.close();
+    if (!output) throw std::system_error(errno, std::generic_category());
+  });
 }
 
-std::optional<std::string> ReadText(const fs::path& path) {
-  std::error_code ignored;
-  if (!fs::is_regular_file(path, ignored)) return std::nullopt;
-  std::ifstream input(path, std::ios::binary | std::ios::ate);
-  if (!input) return std::nullopt;
-  std::string text(static_cast<std::size_t>(input.tellg()), '\0');
-  input.seekg(0);
-  if (!input.read(text.data(), static_cast<std::streamsize>(text.size()))) return std::nullopt;
-  return text;
+void PutCopy(const fs::path& target, const fs::path& source) {
+  PutInPlace(target, [&](const fs::path& temporary) {
+    fs::copy_file(source, temporary, fs::copy_options::overwrite_existing);
+  });
 }
-
-bool PutText(const fs::path& target, const std::string& text, std::string& error) {
-  const auto temporary = TemporaryFor(target, error);
-  if (!temporary) return false;
-  std::ofstream output(*temporary, std::ios::binary);
-  output << text;
-  output.close();
-  if (output) return PutInPlace(*temporary, target, error);
-  error = "cannot write " + temporary->string();
-  std::error_code ignored;
-  fs::remove(*temporary, ignored);
-  return false;
-}
-
-bool PutCopy(const fs::path& target, const fs::path& source, std::string& error) {
-  const auto temporary = TemporaryFor(target, error);
-  if (!temporary) return false;
-  std::error_code code;
-  fs::copy_file(source, *temporary, fs::copy_options::overwrite_existing, code);
-  if (!Failed(code, target, error)) return PutInPlace(*temporary, target, error);
-  fs::remove(*temporary, code);
-  return false;
-}
-
-}  // namespace standin

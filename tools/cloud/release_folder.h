@@ -3,40 +3,36 @@
 //   ROOT/<label>/manifest.json        what a device gets that asks for the label
 //   ROOT/files/<filename>/<version>   the bytes of a component
 //
-// A server reads it afresh for every request, so files are put into place whole: written beside
-// their place under a temporary name, then renamed. One publisher at a time: two that edit the same
-// manifest at once would lose one of the edits.
+// It is read afresh for every request, so files are put into place whole. One publisher at a time:
+// two would lose one of their edits. What throws, throws std::runtime_error with the reason.
 #pragma once
 
 #include <filesystem>
-#include <optional>
+#include <fstream>
 #include <string>
-#include <string_view>
-
-namespace standin {
-
-// Whether `text` names an entry of a folder and nothing else: no way up, down or aside.
-[[nodiscard]] bool IsPathElement(std::string_view text);
-// A path element, and not the folder of the components.
-[[nodiscard]] bool IsLabel(std::string_view text);
 
 struct ReleaseFolder {
   std::filesystem::path root;
 
   // `label` must be a label, `filename` and `version` path elements: nothing is checked here.
-  [[nodiscard]] std::filesystem::path ManifestPath(const std::string& label) const;
-  [[nodiscard]] std::filesystem::path ComponentPath(const std::string& filename,
-                                                    const std::string& version) const;
+  [[nodiscard]] auto ManifestPath(const std::string& label) const {
+    return root / label / "manifest.json";
+  }
+  [[nodiscard]] auto ComponentPath(const std::string& filename, const std::string& version) const {
+    return root / "files" / filename / version;
+  }
+  // Throws when there is no such folder.
+  void RequireRoot() const;
 };
 
-// Nothing when it is no readable regular file.
-[[nodiscard]] std::optional<std::string> ReadText(const std::filesystem::path& path);
+// Whether `text` names an entry of a folder and nothing else: no way up, down or aside.
+[[nodiscard]] bool IsPathElement(const std::string& text);
+// A path element, and not the folder of the components.
+[[nodiscard]] bool IsLabel(const std::string& text);
 
-// Both make the parent folders that are missing. On false `error` says what failed, and `target` is
-// as it was.
-[[nodiscard]] bool PutText(const std::filesystem::path& target, const std::string& text,
-                           std::string& error);
-[[nodiscard]] bool PutCopy(const std::filesystem::path& target, const std::filesystem::path& source,
-                           std::string& error);
-
-}  // namespace standin
+// Throws when the file cannot be read.
+[[nodiscard]] std::ifstream OpenFile(const std::filesystem::path& path);
+// Both write beside `target` and rename, and make missing folders. When they throw, it is as
+// before.
+void PutText(const std::filesystem::path& target, const std::string& text);
+void PutCopy(const std::filesystem::path& target, const std::filesystem::path& source);
