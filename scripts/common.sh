@@ -50,3 +50,7 @@ build() {  # PRESET [TARGET...]
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
+
+play() {  # STORY [ARGUMENT...]
+  exec device/bench -- python3 -B -m "stories.$1" "${@:2}"
+}
