@@ -14,7 +14,7 @@ def run(command: Sequence[str | Path]) -> str:
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True)
     said = (done.stderr + done.stdout).strip()
     if done.returncode != 0:
-        raise Failed(f"{Path(command[0]).name}: {said}")
+        raise Failed(said or f"{command[0]}: status {done.returncode}")
     return said
 
 

@@ -23,7 +23,7 @@ Everything else is a command line of the device's shell.
 
 
 def look(world: World) -> str:
-    running = "ps -C streamer,recorder,tolvar-host,tolvar-cloud -o pid,stat,etimes,args"
+    running = f"ps -C streamer,recorder -p {world.host.pid} -o pid,stat,etimes,args"
     return "\n".join([*world.host.lines[-15:], "", world.device.ask(f"tail -n 1 {REPORTS}"), "",
                       world.device.ask(running)])
 
@@ -61,7 +61,8 @@ def act(world: World, line: str) -> None:
         inspect.signature(command).bind(*arguments)
     except TypeError as mistake:
         raise Failed(f"{word}: {mistake}") from None
-    print(command(*arguments))
+    if said := command(*arguments):
+        print(said)
 
 
 def stay(world: World) -> None:
