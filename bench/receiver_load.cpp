@@ -2,8 +2,7 @@
 // while the main loop takes them in once a second. The kernel queues no more than about ten, so one
 // that is refused is sent again at once. Prints what was sent, refused and received and the rate
 // that was reached; fails when one was lost or the rate not kept.
-#include <time.h>
-
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -16,7 +15,7 @@
 namespace {
 
 constexpr long processCount = 100;
-constexpr long nanosPerSec = 1'000'000'000;
+using Clock = std::chrono::steady_clock;
 
 struct Load {
   long sent = 0;
@@ -24,29 +23,22 @@ struct Load {
   double seconds = 0;
 };
 
-std::string NameOf(long index) { return "process-" + std::to_string(index % processCount); }
-
-// Evenly spaced by the monotonic clock; what a late wake-up missed is made up for at once.
+// Evenly spaced; what a late wake-up missed is made up for at once.
 Load Send(long rate, long seconds) {
   tolvar_heartbeat heartbeat;
   Load load;
-  timespec next = {};
-  const std::int64_t start = NowMicros();
+  const Clock::time_point start = Clock::now();
   if (tolvar_heartbeat_open(&heartbeat) != 0) return load;
-  (void)clock_gettime(CLOCK_MONOTONIC, &next);
-  for (long i = 0; i < rate * seconds; ++i) {
-    next.tv_nsec += nanosPerSec / rate;
-    next.tv_sec += next.tv_nsec / nanosPerSec;
-    next.tv_nsec %= nanosPerSec;
-    (void)clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
-    const std::string name = NameOf(i);
+  for (; load.sent < rate * seconds; ++load.sent) {
+    std::this_thread::sleep_until(start +
+                                  std::chrono::nanoseconds(std::nano::den / rate * load.sent));
+    const std::string name = "process-" + std::to_string(load.sent % processCount);
     while (tolvar_heartbeat_send(&heartbeat, name.c_str(), 0) != TOLVAR_HEARTBEAT_SENT) {
       ++load.refused;
       std::this_thread::yield();
     }
-    ++load.sent;
   }
-  load.seconds = static_cast<double>(NowMicros() - start) / microsPerSec;
+  load.seconds = std::chrono::duration<double>(Clock::now() - start).count();
   tolvar_heartbeat_close(&heartbeat);
   return load;
 }
