@@ -5,28 +5,11 @@
 
 #include <cstdio>
 #include <fstream>
-#include <functional>
 #include <iostream>
 
 #include "component/integrity.h"
-#include "platform/clock.h"
 #include "supervisor/processes.h"
-
-namespace {
-
-constexpr std::int64_t startMicros = 1'731'711'234'567'890;
-std::int64_t nowMicros = startMicros;
-std::function<void()> onSleep;
-
-}  // namespace
-
-std::int64_t NowMicros() { return nowMicros; }
-std::int64_t UptimeMillis() { return nowMicros / 1000; }
-void SleepMillis(unsigned milliseconds) { nowMicros += std::int64_t{milliseconds} * 1000; }
-void SleepSeconds(unsigned seconds) {
-  nowMicros += seconds * microsPerSec;
-  if (onSleep) onSleep();
-}
+#include "tests/fakes/fakes.h"
 
 namespace {
 
@@ -41,7 +24,7 @@ void Fill(Processes& supervisor, std::int64_t count) {
     process.maxstartuptime = 4294967295;
     supervisor.processes.push_back(process);
   }
-  supervisor.lastReportTime = nowMicros / microsPerSec;
+  supervisor.lastReportTime = fakeClock.nowMicros / 1'000'000;
   Processes::metricsReportIntervalSec_ = 4294967295;
 }
 

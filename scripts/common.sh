@@ -11,11 +11,11 @@ die() {
   exit 1
 }
 
-# Packages of the product, of its tools and tests, and of the bench device.
+# Packages of the product, of its tools and tests, and of the bench device with its stories.
 build_packages=(g++ make cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
   libcpp-httplib-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   openssl)
-bench_packages=(util-linux mount iproute2 procps hostname)
+bench_packages=(bubblewrap util-linux mount iproute2 procps python3)
 
 as_root() {
   if ((EUID == 0)); then
@@ -49,4 +49,8 @@ build() {  # PRESET [TARGET...]
   say "building $preset"
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+play() {  # STORY [ARGUMENT...]
+  exec device/bench -- python3 -B -m "stories.$1" "${@:2}"
 }

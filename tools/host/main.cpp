@@ -4,12 +4,10 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <optional>
 #include <thread>
 
 #include "entry/tolvar.h"
-#include "tools/host/log_stamper.h"
 
 namespace {
 
@@ -17,11 +15,6 @@ struct PlugIn {
   decltype(&create_tolvar) create;
   decltype(&launch_tolvar) launch;
   decltype(&destroy_tolvar) destroy;
-};
-
-struct Arguments {
-  bool stamp = false;
-  const char* plugIn = nullptr;
 };
 
 sem_t wakeUp;
@@ -39,21 +32,6 @@ void CatchStopSignals() {
   action.sa_flags = SA_RESTART;
   (void)sigaction(SIGTERM, &action, nullptr);
   (void)sigaction(SIGINT, &action, nullptr);
-}
-
-std::optional<Arguments> ReadArguments(int count, char** values) {
-  Arguments arguments;
-  for (int i = 1; i < count; ++i) {
-    if (std::strcmp(values[i], "--stamp") == 0) {
-      arguments.stamp = true;
-    } else if (values[i][0] == '-' || arguments.plugIn != nullptr) {
-      return std::nullopt;
-    } else {
-      arguments.plugIn = values[i];
-    }
-  }
-  if (arguments.plugIn == nullptr) return std::nullopt;
-  return arguments;
 }
 
 template <typename Function>
@@ -97,19 +75,13 @@ int Supervise(const PlugIn& plugIn) {
 }  // namespace
 
 int main(int count, char** values) {
-  const std::optional<Arguments> arguments = ReadArguments(count, values);
-  if (!arguments) {
-    (void)std::fputs(
-        "usage: tolvar-host [--stamp] PLUG-IN\n"
-        "Runs the plug-in until SIGTERM or SIGINT; --stamp puts the time before each log line.\n",
-        stderr);
+  if (count != 2 || values[1][0] == '-') {
+    (void)std::fputs("usage: tolvar-host PLUG-IN\nRuns the plug-in until SIGTERM or SIGINT.\n",
+                     stderr);
     return 2;
   }
   (void)sem_init(&wakeUp, 0, 0);
   CatchStopSignals();
-  const std::optional<PlugIn> plugIn = Load(arguments->plugIn);
-  if (!plugIn) return 1;
-  std::optional<LogStamper> stamper;
-  if (arguments->stamp) stamper.emplace();
-  return Supervise(*plugIn);
+  const std::optional<PlugIn> plugIn = Load(values[1]);
+  return plugIn ? Supervise(*plugIn) : 1;
 }

@@ -1,0 +1,83 @@
+"""How a story watches the device step by step, and the table that it ends with."""
+
+import time
+from collections.abc import Callable
+from dataclasses import dataclass
+
+from stories.device import Failed, wait_for
+from stories.terminal import print_table, progress, say
+from stories.world import REPORTS, World
+
+
+class Watch:
+    """Looks at the device for one step and keeps what it saw. What is expected and not seen in time
+    raises Failed, and that is the end of the step."""
+
+    def __init__(self, world: World) -> None:
+        self.world = world
+        self.observed: list[str] = []
+        self._mark = len(world.host.lines)  # the first line that the step has not seen yet
+
+    def note(self, text: str) -> None:
+        self.observed.append(text)
+        say(f"         - {text}")
+
+    def log(self, text: str, seconds: float) -> None:
+        """Expects a line with `text` behind the last one seen."""
+        progress(f"         up to {seconds} s for: {text}")
+        found = self.world.host.expect(text, self._mark, seconds)
+        self._mark = found + 1
+        self.note(self.world.host.lines[found])
+
+    def holds(self, condition: Callable[[], bool], text: str, seconds: float = 0) -> None:
+        if not wait_for(seconds, condition):
+            raise Failed(f"not so: {text}")
+        self.note(text)
+
+    def runs(self, name: str, version: str, seconds: float, instead_of: int = 0) -> None:
+        if not wait_for(seconds, lambda: self.world.runs(name, version, instead_of)):
+            raise Failed(f"{name} {version} does not run anew within {seconds} s")
+        self.note(f"{name} {version} runs, pid {instead_of or 'none'} -> {self.world.pid(name)}")
+
+    def report(self, part: str) -> None:
+        """Expects a report with a process of which `part`, a regular expression, holds."""
+        look = f"grep -oh -m 1 '{{[^{{]*{part}[^}}]*}}' {REPORTS} | head -n 1"
+        progress(f"         up to 25 s for a report with {part}")
+        if not wait_for(25, lambda: self.world.device.ask(look) != ""):
+            raise Failed(f"no report with {part}")
+        self.note(self.world.device.ask(look))
+
+
+@dataclass(frozen=True)
+class Step:
+    """What happens, what the device is to do then, and the function that does the one and watches
+    for the other."""
+
+    happens: str
+    expected: str
+    play: Callable[[Watch], None]
+
+
+def play_steps(world: World, steps: list[Step]) -> bool:
+    """Plays them all, whatever became of those before, and prints the table: whether all that was
+    expected was seen."""
+    start = time.monotonic()
+    rows = [["at (s)", "took", "", "what happened | expected of the device | observed"]]
+    for step in steps:
+        begin = time.monotonic()
+        say(f"{begin - start:5.1f} s  {step.happens}")
+        watch = Watch(world)
+        verdict = "ok"
+        try:
+            step.play(watch)
+        except Failed as failure:
+            watch.note(f"MISSED: {failure}")
+            verdict = "MISS"
+        end = time.monotonic()
+        seen = "\n            ".join(watch.observed)
+        rows.append([f"{end - start:.1f}", f"{end - begin:.1f}", verdict,
+                     f"{step.happens}\n  expected: {step.expected}\n  observed: {seen}"])
+    print_table(rows, right=[0, 1])
+    happened = sum(row[2] == "ok" for row in rows)
+    say(f"\n{happened} of {len(steps)} steps happened")
+    return happened == len(steps)
