@@ -10,7 +10,7 @@ using testing::Contains;
 struct CallsTest : LifeTest {
   CallsTest() {
     traceCalls = true;
-    cloud.SetManifest("latest", Manifest({}));
+    cloud.Answer(ForManifest("latest"), Manifest({}));
   }
   void ExpectOneRun() {
     EXPECT_THAT(log.Lines(), Contains("init_metrics_client").Times(1));

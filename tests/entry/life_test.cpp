@@ -17,7 +17,7 @@ struct WholeLifeTest : LifeTest {
     traceCalls = true;
     EXPECT_EQ(holder.InitHeartbeatSocket(), 0);
     Remove(tokenPath);
-    cloud.SetManifest("latest", Manifest({{"a", "1"}, {"b", "1"}}));
+    cloud.Answer(ForManifest("latest"), Manifest({{"a", "1"}, {"b", "1"}}));
     fakeShell.onCommand = [this](const std::string& command) { return Run(command); };
     fakeClock.onSleep = [this] { OnSleep(++sleeps); };
   }

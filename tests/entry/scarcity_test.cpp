@@ -1,4 +1,4 @@
-// Lives from one version to the next, in which allocations fail or no thread is to be had.
+// Lives from one version to the next, in which allocations fail.
 #include "tests/fakes/scarcity.h"
 
 #include "platform/json.h"
@@ -26,8 +26,8 @@ struct ScarcityTest : LifeTest {
   }
   void Release(const std::string& version) {
     const ListedFile engine = {"engine", live, version, version};
-    cloud.SetManifest("latest", Manifest({{"a", version, "start", {engine}}}));
-    cloud.SetFile("engine", version, version);
+    cloud.Answer(ForManifest("latest"), Manifest({{"a", version, "start", {engine}}}));
+    cloud.Offer("engine", version, version);
   }
   [[nodiscard]] bool Runs(const std::string& version) const {
     const std::vector<Process>& all = supervisor->processes;
@@ -75,12 +75,6 @@ TEST_F(ScarcityTest, AnyAllocationsMayFail) {
       EXPECT_LT(scarcity.toFail, inARow) << "none was refused";
     }
   }
-}
-
-TEST_F(ScarcityTest, AThreadIsWaitedFor) {
-  scarcity.threadsToRefuse = 3;
-  Live();
-  EXPECT_EQ(scarcity.threadsAskedFor, 4);
 }
 
 }  // namespace

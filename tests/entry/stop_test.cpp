@@ -36,8 +36,9 @@ void SetNetwork(const char* upOrDown) {
 
 struct StopTest : LifeTest {
   StopTest() {
-    cloud.SetManifest("latest", Manifest({{"a", "1", "start", {{"f", "/run/app/f", "1", "f"}}}}));
-    cloud.SetFile("f", "1", "f");
+    cloud.Answer(ForManifest("latest"),
+                 Manifest({{"a", "1", "start", {{"f", "/run/app/f", "1", "f"}}}}));
+    cloud.Offer("f", "1", "f");
     curlRecorder.answer = [this, answer = curlRecorder.answer](const CurlRequest& request) {
       while (IsStalled(request)) std::this_thread::yield();
       return answer(request);

@@ -13,40 +13,33 @@
 #include "tests/kit/manifest.h"
 #include "tests/kit/text.h"
 
-// What the device asks for; what its kind does not need stays empty.
+// What the device asks for; what does not belong to it is empty.
 struct CloudRequest {
-  enum class Kind { Manifest, Location, File };
-  Kind kind;
-  std::string version;  // a manifest's label, such as "latest", or a file's
-  std::string process;  // whose manifest; empty for the whole set
-  std::string filename;
-  std::string url;
+  std::string version;   // a manifest's label, such as "latest", or the version of a file
+  std::string process;   // whose manifest; empty for the whole set
+  std::string filename;  // whose location
+  std::string url;       // which file
 
   [[nodiscard]] std::string Text() const {
-    const char* const kinds[] = {"manifest", "location", "file"};
-    return std::string(kinds[static_cast<int>(kind)]) + " version '" + version + "' process '" +
-           process + "' filename '" + filename + "' url '" + url + "'";
+    return "version '" + version + "' process '" + process + "' filename '" + filename + "' url '" +
+           url + "'";
   }
   friend bool operator==(const CloudRequest& a, const CloudRequest& b) {
     return a.Text() == b.Text();
-  }
-  friend bool operator<(const CloudRequest& a, const CloudRequest& b) {
-    return a.Text() < b.Text();
   }
   friend void PrintTo(const CloudRequest& request, std::ostream* out) { *out << request.Text(); }
 };
 
 [[nodiscard]] inline CloudRequest ForManifest(const std::string& label,
                                               const std::string& process = "") {
-  return {CloudRequest::Kind::Manifest, label, process, "", ""};
+  return {label, process, "", ""};
 }
 [[nodiscard]] inline CloudRequest ForLocation(const std::string& filename,
                                               const std::string& version) {
-  return {CloudRequest::Kind::Location, version, "", filename, ""};
+  return {version, "", filename, ""};
 }
 [[nodiscard]] inline CloudRequest ForFile(const std::string& filename, const std::string& version) {
-  const std::string url = "https://files.test/" + filename + "/" + version;
-  return {CloudRequest::Kind::File, "", "", "", url};
+  return {"", "", "", "https://files.test/" + filename + "/" + version};
 }
 
 class FakeCloud {
@@ -56,38 +49,34 @@ class FakeCloud {
   std::function<void(const CloudRequest&)> onRequest;
 
   FakeCloud() {
-    curlRecorder.answer = [this](const CurlRequest& asked) { return Answer(Understood(asked)); };
+    curlRecorder.answer = [this](const CurlRequest& asked) { return Reply(Understood(asked)); };
   }
 
-  // Answers for the set's manifest `label` with `body`.
-  void SetManifest(const std::string& label, const std::string& body) {
-    answers_[ForManifest(label)] = {body};
-  }
-  // The same for the manifest of one process.
-  void SetManifest(const std::string& label, const std::string& process, const std::string& body) {
-    answers_[ForManifest(label, process)] = {body};
+  void Answer(const CloudRequest& request, const std::string& body) {
+    answers_[request.Text()] = {body};
   }
   // Makes a component's file downloadable.
-  void SetFile(const std::string& name, const std::string& version, const std::string& bytes) {
-    const std::string url = ForFile(name, version).url;
-    answers_[ForLocation(name, version)] = {Json("{'data':{'filename':'" + name + "','version':'" +
-                                                 version + "','url':'" + url + "'}}")};
-    answers_[ForFile(name, version)] = {bytes};
+  void Offer(const std::string& filename, const std::string& version, const std::string& bytes) {
+    const CloudRequest file = ForFile(filename, version);
+    Answer(ForLocation(filename, version),
+           Json("{'data':{'filename':'" + filename + "','version':'" + version + "','url':'" +
+                file.url + "'}}"));
+    Answer(file, bytes);
   }
   // Without an answer there is no connection.
   void Disconnect() { answers_.clear(); }
 
  private:
-  CurlAnswer Answer(const CloudRequest& request) {
+  CurlAnswer Reply(const CloudRequest& request) {
     requests.push_back(request);
     if (onRequest) onRequest(request);
-    const auto known = answers_.find(request);
+    const auto known = answers_.find(request.Text());
     return known == answers_.end() ? CurlAnswer{"", CURLE_COULDNT_CONNECT} : known->second;
   }
 
   // The process that a location is asked for decides nothing here.
   static CloudRequest Understood(const CurlRequest& asked) {
-    if (asked.json.empty()) return {CloudRequest::Kind::File, "", "", "", asked.url};
+    if (asked.json.empty()) return {"", "", "", asked.url};
     const CJsonOwner posted(cJSON_Parse(asked.json.c_str()));
     std::string version, process, filename;
     EXPECT_TRUE(ReadString(posted.get(), "version", version)) << asked.json;
@@ -96,5 +85,5 @@ class FakeCloud {
     return ForManifest(version, process);
   }
 
-  std::map<CloudRequest, CurlAnswer> answers_;
+  std::map<std::string, CurlAnswer> answers_;  // by the request's text
 };

@@ -26,7 +26,7 @@ struct GrowthTest : DeviceTest {
     for (int i = 0; i < processCount; ++i) {
       listed.push_back({NameOf(i), i % 2 == 0 ? evenVersion : "1"});
     }
-    cloud.SetManifest("latest", Manifest(listed));
+    cloud.Answer(ForManifest("latest"), Manifest(listed));
   }
   void QueueHeartbeats() {
     const std::lock_guard<std::mutex> lock(supervisor.heartbeatMutex);
