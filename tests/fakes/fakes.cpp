@@ -12,6 +12,8 @@
 
 FakeClock fakeClock;
 FakeShell fakeShell;
+FakeMetrics fakeMetrics;
+FakeRandom fakeRandom;
 bool traceCalls = false;
 
 static void Trace(std::string_view call) {
@@ -49,13 +51,36 @@ bool RunShell(const std::string& commandLine) {
   return !fakeShell.passThrough || std::system(commandLine.c_str()) != -1;
 }
 
+static void CallMetrics(std::string_view call) {
+  if (fakeMetrics.onCall) fakeMetrics.onCall(call);
+}
+
 // In place of the stand-in library's, which the test program is linked with as well.
-void init_metrics_client() { Trace("init_metrics_client"); }
-void deinit_metrics_client() { Trace("deinit_metrics_client"); }
+void init_metrics_client() {
+  Trace(__func__);
+  CallMetrics(__func__);
+}
+void deinit_metrics_client() {
+  Trace(__func__);
+  CallMetrics(__func__);
+}
 int put_metrics_JSON(int kind, int level, const char* key, const char* json) {
   const Spared spared;
-  const std::string numbers = std::to_string(kind) + " " + std::to_string(level) + " ";
-  Trace("put_metrics_JSON " + numbers + key + " " + json);
-  fakeClock.Advance(1);  // as a slow service
-  return -1;             // which nobody is to look at
+  const std::string numbers = std::to_string(kind) + " " + std::to_string(level);
+  Trace(std::string(__func__) + " " + numbers + " " + key + " " + json);
+  fakeMetrics.reports.emplace_back(json);
+  fakeClock.Advance(1);
+  CallMetrics(__func__);
+  return -1;  // which nobody is to look at
+}
+
+// In place of the C library's.
+extern "C" int rand() noexcept {
+  Trace(__func__);
+  return fakeRandom.draw;
+}
+extern "C" void srand(unsigned seed) noexcept {
+  const Spared spared;
+  Trace(__func__);
+  fakeRandom.seeds.push_back(seed);
 }

@@ -23,6 +23,7 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(me
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*run)(void*), void* argument) {
+  ++scarcity.threadsAskedFor;
   if (--scarcity.threadsToRefuse >= 0) return EAGAIN;
   static const auto real =
       reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));

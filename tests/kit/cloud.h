@@ -1,89 +1,89 @@
-// A cloud that answers in place of libcurl's transfers, and the texts that clouds answer with.
+// A cloud that answers in place of libcurl's transfers.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <openssl/evp.h>
-
-#include <algorithm>
+#include <functional>
 #include <map>
-#include <sstream>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/hex.h"
+#include "platform/json.h"
 #include "tests/cloud/curl_recorder.h"
+#include "tests/kit/manifest.h"
+#include "tests/kit/text.h"
 
-// `text` with double quotes for single ones.
-[[nodiscard]] inline std::string Json(std::string text) {
-  std::replace(text.begin(), text.end(), '\'', '"');
-  return text;
-}
+// What the device asks for; what does not belong to it is empty.
+struct CloudRequest {
+  std::string version;   // a manifest's label, such as "latest", or the version of a file
+  std::string process;   // whose manifest; empty for the whole set
+  std::string filename;  // whose location
+  std::string url;       // which file
 
-// A member of a flat JSON object of strings, "" when it is not there.
-[[nodiscard]] inline std::string StringIn(const std::string& json, const std::string& key) {
-  const std::string start = "\"" + key + "\":\"";
-  const std::size_t at = json.find(start), from = at + start.size();
-  return at == std::string::npos ? "" : json.substr(from, json.find('"', from) - from);
-}
-
-// Has an answer for "<version> <process>" (a manifest), "<filename>@<version>" (a location), a URL.
-struct FakeCloud {
-  std::vector<std::string> asked;  // in order
-  // Without an answer there is no connection.
-  std::map<std::string, CurlAnswer> answers;
-
-  FakeCloud() {
-    curlRecorder.answer = [this](const CurlRequest& request) {
-      asked.push_back(KeyOf(request));
-      const auto known = answers.find(asked.back());
-      return known == answers.end() ? CurlAnswer{"", CURLE_COULDNT_CONNECT} : known->second;
-    };
+  [[nodiscard]] std::string Text() const {
+    return "version '" + version + "' process '" + process + "' filename '" + filename + "' url '" +
+           url + "'";
   }
-  void Set(const std::string& key, const std::string& body) { answers[key] = {body}; }
-  // Makes a component's file downloadable.
-  void SetFile(const std::string& name, const std::string& version, const std::string& bytes) {
-    const std::string url = "https://files.test/" + name + "/" + version;
-    const std::string data = "'filename':'" + name + "','version':'" + version;
-    Set(name + "@" + version, Json("{'data':{" + data + "','url':'" + url + "'}}"));
-    Set(url, bytes);
+  friend bool operator==(const CloudRequest& a, const CloudRequest& b) {
+    return a.Text() == b.Text();
   }
-
- private:
-  static std::string KeyOf(const CurlRequest& request) {
-    if (request.json.empty()) return request.url;
-    const std::string version = StringIn(request.json, "version");
-    const std::string file = StringIn(request.json, "filename");
-    if (!file.empty()) return file + "@" + version;
-    return version + " " + StringIn(request.json, "processname");
-  }
+  friend void PrintTo(const CloudRequest& request, std::ostream* out) { *out << request.Text(); }
 };
 
-[[nodiscard]] inline std::vector<char> Bytes(const std::string& text) {
-  return {text.begin(), text.end()};
+[[nodiscard]] inline CloudRequest ForManifest(const std::string& label,
+                                              const std::string& process = "") {
+  return {label, process, "", ""};
+}
+[[nodiscard]] inline CloudRequest ForLocation(const std::string& filename,
+                                              const std::string& version) {
+  return {version, "", filename, ""};
+}
+[[nodiscard]] inline CloudRequest ForFile(const std::string& filename, const std::string& version) {
+  return {"", "", "", "https://files.test/" + filename + "/" + version};
 }
 
-[[nodiscard]] inline std::string Md5(const std::string& bytes) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned length = 0;
-  EXPECT_EQ(EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_md5(), nullptr), 1);
-  return LowercaseHex(digest, length);
-}
+class FakeCloud {
+ public:
+  std::vector<CloudRequest> requests;  // in order
+  // Runs in each request, before the answer.
+  std::function<void(const CloudRequest&)> onRequest;
 
-// Of processes with commas between them, each "<name> <version>" or "<name> <version> <localpath>"
-// with a component "f" there, whose bytes are the version. `start` begins the entry points.
-[[nodiscard]] inline std::string Manifest(const std::string& processes,
-                                          const std::string& start = "start") {
-  std::string text;
-  std::istringstream rest(processes);
-  for (std::string process; std::getline(rest, process, ',');) {
-    std::string name, number, path;
-    std::istringstream(process) >> name >> number >> path;
-    const std::string version = "','version':'" + number, entry = start + " " + name + " " + number;
-    const std::string file = "{'filename':'f','localpath':'" + path + version + "','checksum':'";
-    text += (text.empty() ? "{'processname':'" : ",{'processname':'") + name + version +
-            "','entrypoint':'" + entry + "','components':[" +
-            (path.empty() ? "" : file + Md5(number) + "'}") + "]}";
+  FakeCloud() {
+    curlRecorder.answer = [this](const CurlRequest& asked) { return Reply(Understood(asked)); };
   }
-  return Json("{'data':{'processes':[" + text + "]}}");
-}
+
+  void Answer(const CloudRequest& request, const std::string& body) {
+    answers_[request.Text()] = {body};
+  }
+  // Makes a component's file downloadable.
+  void Offer(const std::string& filename, const std::string& version, const std::string& bytes) {
+    const CloudRequest file = ForFile(filename, version);
+    Answer(ForLocation(filename, version),
+           Json("{'data':{'filename':'" + filename + "','version':'" + version + "','url':'" +
+                file.url + "'}}"));
+    Answer(file, bytes);
+  }
+  // Without an answer there is no connection.
+  void Disconnect() { answers_.clear(); }
+
+ private:
+  CurlAnswer Reply(const CloudRequest& request) {
+    requests.push_back(request);
+    if (onRequest) onRequest(request);
+    const auto known = answers_.find(request.Text());
+    return known == answers_.end() ? CurlAnswer{"", CURLE_COULDNT_CONNECT} : known->second;
+  }
+
+  // The process that a location is asked for decides nothing here.
+  static CloudRequest Understood(const CurlRequest& asked) {
+    if (asked.json.empty()) return {"", "", "", asked.url};
+    const CJsonOwner posted(cJSON_Parse(asked.json.c_str()));
+    std::string version, process, filename;
+    EXPECT_TRUE(ReadString(posted.get(), "version", version)) << asked.json;
+    EXPECT_TRUE(ReadString(posted.get(), "processname", process)) << asked.json;
+    if (ReadString(posted.get(), "filename", filename)) return ForLocation(filename, version);
+    return ForManifest(version, process);
+  }
+
+  std::map<std::string, CurlAnswer> answers_;  // by the request's text
+};

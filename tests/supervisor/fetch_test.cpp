@@ -1,139 +1,178 @@
-#include <ctime>
-
+// What a fetch makes of the managed set, and how a first set is obtained.
 #include "supervisor/processes.h"
 #include "tests/kit/device.h"
-
-// In place of the C library's, for the one draw of a launch.
-static unsigned seed = 0;
-extern "C" int rand() noexcept { return 99; }
-extern "C" void srand(unsigned value) noexcept { seed = value; }
+#include "tests/kit/process.h"
 
 namespace {
 
 using testing::ElementsAre;
+using State = Process::State;
 
-const std::string request = "Get processes from domain https://cloud.test:8443, status ";
-const std::string asked0 = request + "0", down = request + "2";
-const std::string unanswered = "Failed to get processes for version latest";
+const std::string asked = "Get processes from domain https://cloud.test:8443, status ";
+const std::string answered = asked + "0", unreached = asked + "2", refused = "Curl return code 7";
+const std::string noLatest = "Failed to get processes for version latest";
+const std::string got1 = "Got 1 processes from cloud", got2 = "Got 2 processes from cloud";
+const std::string aWaits = "Wait to stop process a for upgrading";
 
 struct FetchTest : DeviceTest {
   FetchTest() { traceCalls = true; }
-  [[nodiscard]] std::string Set() const {
-    std::string text;
-    for (const Process& process : supervisor.processes) {
-      for (const Process* shown = &process; shown != nullptr; shown = shown->pending.get()) {
-        text += shown->StateInString() + " " + shown->entrypoint +
-                (shown->preDownloaded ? " fetched" : "") + (shown->pending ? " -> " : ", ");
-      }
-    }
-    return text;
+
+  // Fetches a set of `processes`.
+  void Fetch(const std::vector<Listed>& processes) {
+    cloud.Answer(ForManifest("latest"), Manifest(processes));
+    EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
   }
+  // Fetches such a set and lets all of it run.
+  void Run(const std::vector<Listed>& processes) {
+    Fetch(processes);
+    for (Process& process : supervisor.processes) process.state = State::Running;
+    log.Skip();
+  }
+  [[nodiscard]] Process& At(std::size_t place) { return supervisor.processes.at(place); }
 
   FakeCloud cloud;
   Processes supervisor;
 };
 
-// Between two fetches all processes come to run, and what waits is fetched ahead. An entry point
-// begins with the number of the manifest that brought it.
-TEST_F(FetchTest, TheSetFollowsTheManifests) {
-  const std::string got1 = "Got 1 processes from cloud\n", got2 = "Got 2 processes from cloud\n";
-  const std::string waits = "Wait to stop process a for upgrading\n";
-  const std::string dropA = "$ pkill -9 a\nStop unused process a\n";
-  const std::string dropB = "$ pkill -9 b\nStop unused process b\n";
-  const struct {
-    std::string manifest, log, set;
-  } rows[] = {
-      {"a 1,b 1", got2, "stopped 0 a 1, stopped 0 b 1, "},
-      {"b 1,a 1", got2, "running 0 b 1, running 0 a 1, "},
-      {"b 1,a 2", waits + got2, "running 0 b 1, running 0 a 1 -> stopped 2 a 2, "},
-      {"b 1,a 1", got2, "running 0 b 1, running 0 a 1 -> stopped 2 a 2 fetched, "},
-      {"b 1,a 2", waits + got2, "running 0 b 1, running 0 a 1 -> stopped 4 a 2, "},
-      {"a 3", dropB + waits + got1, "running 0 a 1 -> stopped 5 a 3, "},
-      {"a 1,a 1", got2, "running 0 a 1 -> stopped 5 a 3 fetched, stopped 6 a 1, "},
-      {"A 1", dropA + dropA + got1, "stopped 7 A 1, "},
-  };
-  fakeShell.onCommand = [](const std::string&) { return false; };  // which nobody is to look at
-  int number = 0;
-  for (const auto& [manifest, lines, set] : rows) {
-    cloud.Set("latest ", Manifest(manifest, std::to_string(number++)));
-    EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
-    EXPECT_EQ(log.Text(), asked0 + "\n" + lines) << manifest;
-    EXPECT_EQ(Set(), set) << manifest;
-    for (Process& process : supervisor.processes) {
-      process.state = Process::State::Running;
-      if (process.pending) process.pending->preDownloaded = true;
-    }
+TEST_F(FetchTest, ANewProcessEntersStopped) {
+  Fetch({{"a", "1"}, {"b", "2"}});
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, got2));
+  ASSERT_EQ(supervisor.processes.size(), 2U);
+  EXPECT_EQ(At(0).name, "a");
+  EXPECT_EQ(At(1).name, "b");
+  EXPECT_EQ(At(1).state, State::Stopped);
+  EXPECT_EQ(At(1).entrypoint, "start b 2");
+}
+
+TEST_F(FetchTest, AListedProcessKeepsItsRunningRecordAtItsNewPlace) {
+  Run({{"a", "1", "old"}, {"b", "1"}});
+  At(0).retries = 3;
+  At(0).lastHeartbeatMs = 7;
+  Fetch({{"b", "1"}, {"a", "1", "new"}});
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, got2));
+  EXPECT_EQ(At(0).name, "b");
+  EXPECT_EQ(At(1).name, "a");
+  EXPECT_EQ(At(1).state, State::Running);
+  EXPECT_EQ(At(1).retries, 3U);
+  EXPECT_EQ(At(1).lastHeartbeatMs, 7);
+  EXPECT_EQ(At(1).entrypoint, "old") << "what runs was started so";
+  EXPECT_EQ(At(1).pending, nullptr);
+}
+
+TEST_F(FetchTest, AnyOtherVersionWaitsInTheRunningRecord) {
+  for (const char* version : {"0", "2", "10", "1.0", "", "1 ", "a"}) {
+    SCOPED_TRACE(version);
+    supervisor.processes.clear();
+    Run({{"a", "1"}});
+    Fetch({{"a", version, "new"}});
+    EXPECT_THAT(log.Lines(), ElementsAre(answered, aWaits, got1));
+    EXPECT_EQ(At(0).version, "1");
+    EXPECT_EQ(At(0).state, State::Running);
+    ASSERT_NE(At(0).pending, nullptr);
+    EXPECT_EQ(At(0).pending->version, version);
+    EXPECT_EQ(At(0).pending->entrypoint, "new");
+    EXPECT_EQ(At(0).pending->state, State::Stopped);
+    EXPECT_EQ(At(0).pending->pending, nullptr);
   }
+}
+
+TEST_F(FetchTest, TheRunningVersionAgainLeavesWhatWaitsAloneAndTheNewOneAgainRenewsIt) {
+  Run({{"a", "1"}});
+  Fetch({{"a", "2", "old"}});
+  At(0).pending->preDownloaded = true;
+  log.Skip();
+  Fetch({{"a", "1"}});
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, got1));
+  ASSERT_NE(At(0).pending, nullptr);
+  EXPECT_EQ(At(0).pending->version, "2");
+  EXPECT_TRUE(At(0).pending->preDownloaded);
+  Fetch({{"a", "2", "new"}});
+  EXPECT_EQ(At(0).pending->entrypoint, "new");
+  EXPECT_FALSE(At(0).pending->preDownloaded);
+}
+
+TEST_F(FetchTest, AnUnlistedProcessIsKilledAndDroppedAlsoWithoutAShell) {
+  Run({{"a", "1"}, {"b", "1"}});
+  fakeShell.onCommand = [](const std::string&) { return false; };
+  Fetch({{"A", "1"}, {"b", "1"}});
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, "$ pkill -9 a", "Stop unused process a", got2));
+  EXPECT_EQ(At(0).name, "A");
+  EXPECT_EQ(At(0).state, State::Stopped);
+  EXPECT_EQ(At(1).state, State::Running);
+}
+
+TEST_F(FetchTest, OfANameListedTwiceTheFirstGetsTheRunningRecord) {
+  Run({{"a", "1"}});
+  Fetch({{"a", "1"}, {"a", "3"}});
+  EXPECT_EQ(At(0).state, State::Running);
+  EXPECT_EQ(At(1).state, State::Stopped);
+  EXPECT_EQ(At(1).version, "3");
+  log.Skip();
+  Fetch({});
+  EXPECT_THAT(log.Lines(),
+              ElementsAre(answered, "$ pkill -9 a", "Stop unused process a", "$ pkill -9 a",
+                          "Stop unused process a", "Got 0 processes from cloud"));
 }
 
 TEST_F(FetchTest, AFailureLeavesTheSetAlone) {
   const std::string broken = Json("{'data':{'processes':[{}]}}");
-  cloud.Set("latest ", Manifest("a 1"));
-  EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
-  cloud.Set("latest ", broken);
+  const std::string unread = "Failed to parse processes from ";
+  Run({{"a", "1"}});
+  cloud.Answer(ForManifest("latest"), broken);
   EXPECT_EQ(supervisor.GetProcesses("latest"), 1);
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, unread + broken));
+  cloud.Disconnect();
+  EXPECT_EQ(supervisor.GetProcesses("latest"), 2);
+  EXPECT_THAT(log.Lines(), ElementsAre(refused, unreached, noLatest));
   Remove("/etc/config/.user_config");
   EXPECT_EQ(supervisor.GetProcesses("latest"), 1);
-  EXPECT_THAT(log.Lines(), ElementsAre(asked0, "Got 1 processes from cloud", asked0,
-                                       "Failed to parse processes from " + broken, unanswered));
-  EXPECT_EQ(Set(), "stopped start a 1, ");
+  EXPECT_THAT(log.Lines(), ElementsAre(noLatest));
+  ASSERT_EQ(supervisor.processes.size(), 1U);
+  EXPECT_EQ(At(0).state, State::Running);
 }
 
-TEST_F(FetchTest, BootstrapInsistsAndFallsBackOnlyOnABadAnswer) {
-  const std::function<void()> sleeps[] = {
-      [this] { cloud.Set("latest ", "<html>"), cloud.Set("lastknowngood ", "<html>"); },
-      [this] { cloud.Set("lastknowngood ", Manifest("")); },
-      [this] { supervisor.stopRequested = true; }};
-  fakeClock.onSleep = [next = sleeps]() mutable { (*next++)(); };
+TEST_F(FetchTest, ANulEndsTheAnswerForParserAndLogAlike) {
+  cloud.Answer(ForManifest("latest"), std::string("{\"data\"\0:{}}", 12));
+  EXPECT_EQ(supervisor.GetProcesses("latest"), 1);
+  EXPECT_THAT(log.Lines(), ElementsAre(answered, "Failed to parse processes from {\"data\""));
+  cloud.Answer(ForManifest("latest"), Manifest({{"a", "1"}}) + std::string("\0<html>", 7));
+  EXPECT_EQ(supervisor.GetProcesses("latest"), 0);
+}
+
+struct BootstrapTest : FetchTest {
+  BootstrapTest() {
+    fakeClock.onSleep = [this] { OnSleep(++sleeps); };
+  }
+  // At first nothing answers, then both labels unreadably, then one of them well.
+  void OnSleep(int sleep) {
+    if (sleep == 1) cloud.Answer(ForManifest("latest"), "<html>");
+    if (sleep == 1) cloud.Answer(ForManifest("lastknowngood"), "<html>");
+    if (sleep == 2) cloud.Answer(ForManifest("lastknowngood"), Manifest({}));
+    if (sleep == 3) supervisor.stopRequested = true;
+  }
+  int sleeps = 0;
+};
+
+TEST_F(BootstrapTest, InsistsAndFallsBackOnlyOnABadAnswer) {
   supervisor.Bootstrap();
   const std::string unread = "Failed to parse processes from <html>";
-  EXPECT_THAT(log.Lines(),
-              ElementsAre("Curl return code 7", down, unanswered, "sleep 5",  //
-                          asked0, unread, asked0, unread,
-                          "Get last known good version processes failed", "sleep 5",  //
-                          asked0, unread, asked0, "Got 0 processes from cloud",
-                          "Get last known good version processes succeeded"));
-  EXPECT_THAT(cloud.asked,
-              ElementsAre("latest ", "latest ", "lastknowngood ", "latest ", "lastknowngood "));
-  cloud.answers.clear();
-  supervisor.Bootstrap();
-  EXPECT_THAT(log.Lines(), ElementsAre("Curl return code 7", down, unanswered, "sleep 5"));
+  const std::string noGood = "Get last known good version processes failed";
+  EXPECT_THAT(log.Lines(), ElementsAre(refused, unreached, noLatest, "sleep 5",                   //
+                                       answered, unread, answered, unread, noGood, "sleep 5",     //
+                                       answered, unread, answered, "Got 0 processes from cloud",  //
+                                       "Get last known good version processes succeeded"));
+  EXPECT_THAT(cloud.requests,
+              ElementsAre(ForManifest("latest"),                                //
+                          ForManifest("latest"), ForManifest("lastknowngood"),  //
+                          ForManifest("latest"), ForManifest("lastknowngood")));
 }
 
-TEST_F(FetchTest, FetchesWhenMoreThanTheIntervalHasPassedSinceTheEndOfTheLastFetch) {
-  const struct {
-    const char* what;
-    std::uint32_t interval;
-    std::int64_t second;  // since the start, in which the pass begins
-    std::size_t fetches;
-  } rows[] = {
-      {"the bootstrap's, which ended in second 5", 10800, 5, 1},
-      {"just the interval", 10800, 10805, 0},
-      {"beyond it; the fetch takes 7 s", 10800, 10806, 1},
-      {"just the interval since its end", 10800, 21613, 0},
-      {"beyond it; the fetch fails", 10800, 21614, 1},
-      {"just the interval since it failed", 10800, 32414, 0},
-      {"beyond it", 10800, 32415, 1},
-      {"the clock set back by an hour", 10800, 28815, 0},
-      {"no interval", 0, 32416, 1},
-      {"the widest interval is not negative", 4294967295, 1'000'000'000, 0},
-  };
-  EXPECT_EQ(supervisor.InitHeartbeatSocket(), 0);
-  const std::int64_t start = fakeClock.nowMicros;
-  fakeShell.onCommand = [](const std::string&) { return fakeClock.Advance(7), true; };
-  fakeClock.onSleep = [&, row = rows]() mutable {
-    const std::size_t asked = std::exchange(cloud.asked, {}).size();
-    if (supervisor.lastBootstrapTime == 0) return cloud.Set("latest ", Manifest("a 1"));
-    EXPECT_EQ(asked, row->fetches) << row->what;
-    supervisor.stopRequested = ++row == std::end(rows);
-    if (supervisor.stopRequested) return;
-    cloud.Set("latest ", row->second == 21614 ? "broken" : Manifest(""));
-    fakeClock.nowMicros = start + row->second * 1'000'000;
-    Processes::bootstrapIntervalSec_ = row->interval;
-  };
-  supervisor.LaunchAll();
-  EXPECT_THAT(log.Lines(), testing::Contains("Get latest processes failed").Times(1));
-  EXPECT_NEAR(seed, static_cast<double>(std::time(nullptr)), 10);
+TEST_F(BootstrapTest, EndsWithAStop) {
+  sleeps = 2;
+  supervisor.Bootstrap();
+  EXPECT_THAT(log.Lines(), ElementsAre(refused, unreached, noLatest, "sleep 5"));
+  supervisor.Bootstrap();
+  EXPECT_EQ(log.Text(), "") << "stopped before it began";
 }
 
 }  // namespace
