@@ -115,7 +115,11 @@ ProcessState& Device::Find(std::string_view name) {
   name = name.substr(0, maxName);
   const auto found = processes_.find(name);
   if (found != processes_.end()) return found->second;
-  if (processes_.size() < maxProcesses) return processes_[std::string(name)];
+  if (processes_.size() < maxProcesses) {
+    ProcessState& process = processes_[std::string(name)];
+    if (hasStarted_) process.backoffSec = minBackoffSec;
+    return process;
+  }
   ++unfollowedNames_;
   unfollowed_ = ProcessState();
   return unfollowed_;

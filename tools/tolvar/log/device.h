@@ -127,6 +127,7 @@ class Device {
   Event event_;  // at hand; its texts' memory is used again and again
 
   // The supervisor.
+  bool hasStarted_ = false;  // in this log: what it names from then on is new to it
   bool isStarting_ = false;
   bool hasAddress_ = false;  // of this start
   Moment newest_;

@@ -8,7 +8,6 @@ namespace {
 
 using State = ProcessState::State;
 
-constexpr std::int64_t minBackoffSec = 2;
 constexpr std::int64_t maxBackoffSec = 64;
 
 // Whether the message is one of a launch, as it follows a fetch ahead unless the process is busy.

@@ -6,7 +6,7 @@ namespace devicelog {
 // The first line of a start that has one is the configuration's or the address's; an address that
 // is read again and again is one start.
 void Device::SetStarting(const Entry& entry) {
-  isStarting_ = true;
+  isStarting_ = hasStarted_ = true;
   hasAddress_ = false;
   isFirstReport_ = true;
   hasListChanged_ = true;
@@ -16,7 +16,7 @@ void Device::SetStarting(const Entry& entry) {
   for (auto& [name, process] : processes_) {
     process.isFresh = process.state != ProcessState::State::Dropped;
     process.hasPending = process.isFetchedAhead = process.isWaiting = process.isFailing = false;
-    process.backoffSec = 2;
+    process.backoffSec = minBackoffSec;
     process.failuresInRow = 0;
   }
   (void)Begin(entry, Event::Kind::SupervisorStarted);

@@ -10,6 +10,9 @@
 
 namespace devicelog {
 
+// Between two launches, at least: where the back-off starts anew.
+constexpr std::int64_t minBackoffSec = 2;
+
 struct FileVersion {
   std::string file, version;
 };
