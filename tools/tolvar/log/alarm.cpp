@@ -91,6 +91,17 @@ constexpr std::array<EndRule, 25> endRules = {{
     {Event::Kind::Dropped, Kind::NoRollback},
 }};
 
+// The alarms that each kind of event ends, a bit each.
+using Ended = std::array<std::uint32_t, static_cast<std::size_t>(Event::Kind::Count)>;
+constexpr Ended MakeEnded() {
+  Ended ended = {};
+  for (const EndRule& rule : endRules) {
+    ended[static_cast<std::size_t>(rule.event)] |= 1U << static_cast<unsigned>(rule.alarm);
+  }
+  return ended;
+}
+constexpr Ended endedBy = MakeEnded();
+
 std::string Times(std::uint32_t count) {
   return count == 1 ? "once" : std::to_string(count) + " times";
 }
@@ -136,6 +147,7 @@ void AlarmBook::Take(const Event& event) {
 }
 
 void AlarmBook::EndBy(const Event& event) {
+  if (endedBy[static_cast<std::size_t>(event.kind)] == 0) return;
   for (const EndRule& rule : endRules) {
     if (rule.event == event.kind) End(rule.alarm, event.process);
   }

@@ -94,8 +94,11 @@ std::size_t EndOfPiece(const Shape& shape, std::size_t i, std::string_view rest)
 }
 
 bool Fits(const Shape& shape, std::string_view text, Pieces& pieces) {
-  if (text.size() < shape.head.size() || text.substr(0, shape.head.size()) != shape.head) return false;
-  std::string_view rest = text.substr(shape.head.size());
+  const std::size_t length = shape.head.size();
+  // The heads of a letter differ at their ends more often than at their beginnings.
+  if (text.size() < length || text[length - 1] != shape.head[length - 1]) return false;
+  if (text.substr(0, length) != shape.head) return false;
+  std::string_view rest = text.substr(length);
   for (std::size_t i = 0; i < shape.count; ++i) {
     const std::size_t end = EndOfPiece(shape, i, rest);
     if (end == std::string_view::npos) return false;

@@ -40,6 +40,15 @@ std::string Unescape(std::string_view raw) {
   return text;
 }
 
+// Where the text's own quotation mark ends it; an escaped one does not.
+std::size_t EndOfEscaped(std::string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') return i;
+    if (text[i] == '\\') ++i;
+  }
+  return std::string_view::npos;
+}
+
 }  // namespace
 
 bool ReportReader::Take(char c) {
@@ -50,18 +59,13 @@ bool ReportReader::Take(char c) {
 
 bool ReportReader::TakeText(std::string_view& raw, bool& hasEscapes) {
   if (!Take('"')) return false;
-  hasEscapes = false;
-  for (std::size_t i = 0; i < rest_.size(); ++i) {
-    if (rest_[i] == '\\') {
-      hasEscapes = true;
-      ++i;
-    } else if (rest_[i] == '"') {
-      raw = rest_.substr(0, i);
-      rest_.remove_prefix(i + 1);
-      return true;
-    }
-  }
-  return false;
+  std::size_t end = rest_.find('"');
+  hasEscapes = end != std::string_view::npos && rest_.substr(0, end).find('\\') != std::string_view::npos;
+  if (hasEscapes) end = EndOfEscaped(rest_);
+  if (end == std::string_view::npos) return false;
+  raw = rest_.substr(0, end);
+  rest_.remove_prefix(end + 1);
+  return true;
 }
 
 bool ReportReader::TakeMember(ReportedProcess& process) {
