@@ -6,6 +6,9 @@ install(TARGETS tolvar LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 if(NOT TOLVAR_METRICS_LIBRARY)
   install(TARGETS tolvar_metrics LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 endif()
+if(TARGET tolvar-tool)
+  install(TARGETS tolvar-tool RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
 install(FILES entry/tolvar.h client/tolvar_heartbeat.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tolvar")
 install(FILES README.md CHANGELOG.md LICENSE docs/tolvar_config.sample

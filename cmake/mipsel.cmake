@@ -16,6 +16,7 @@ set(ENV{PKG_CONFIG_LIBDIR}
     "${CMAKE_SYSROOT}/usr/lib/mipsel-linux-gnu/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig")
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel-static -L "${CMAKE_SYSROOT}")
 
-# The linker pads a library with RELRO to steps of 64 KiB, for kernels with pages of that size; the
+# The linker pads what has RELRO to steps of 64 KiB, for kernels with pages of that size; the
 # devices' have 4 KiB.
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,-z,max-page-size=4096")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-Wl,-z,max-page-size=4096")

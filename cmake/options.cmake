@@ -4,7 +4,10 @@ set(TOLVAR_CLOUD_URL "https://cloud.test:8443" CACHE STRING
     "Base URL of the cloud's process API: https, a host, an optional port; no path")
 set(TOLVAR_METRICS_LIBRARY "" CACHE FILEPATH
     "The device's metrics client library; empty builds and links the stand-in")
-option(TOLVAR_DEVELOPER "Also build the tools, the examples and the tests" OFF)
+# Off, since it needs CLI11 and nlohmann-json: who integrates the library must not have to get them,
+# and a tool that is there or not by what else is installed would be a surprise.
+option(TOLVAR_TOOL "Also build and install `tolvar`, the operators' tool" OFF)
+option(TOLVAR_DEVELOPER "Also build all tools, the examples and the tests" OFF)
 option(TOLVAR_FUZZ "With those, also build the fuzz targets" OFF)
 
 # Request URLs are the base URL plus a path that begins with "/", so a path or a trailing slash

@@ -1,0 +1,78 @@
+// What an operator must know first, drawn from the events.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/tolvar/log/event.h"
+
+namespace devicelog {
+
+struct Alarm {
+  // In the order in which they are shown.
+  enum class Kind : std::uint8_t {
+    TwoSupervisors,
+    NoSocket,
+    NoIdentity,
+    CloudNotReached,
+    NoManifest,
+    FellBack,
+    TransfersFail,
+    StorageFails,
+    NeverVerifies,
+    Flips,
+    LaunchesFail,
+    HeartbeatsLost,
+    NoRollback,
+    Count,
+  };
+
+  Kind kind = Kind::TwoSupervisors;
+  std::string subject;  // the process, else the file; empty: the device
+  bool isOver = false;     // a later line says so
+  bool isCertain = false;  // however rarely it came
+  std::uint32_t count = 0;
+  Moment since, last;
+  std::string words;   // what is wrong, a sentence without its subject
+  std::string advice;  // what to do
+};
+
+// "flips-between-versions": in JSON lines and as the title in the operator's guide.
+[[nodiscard]] const char* NameOf(Alarm::Kind kind);
+
+// Takes the events one by one. An alarm is raised by what repeats, not by what a device lives
+// through every day: a restart, a single transfer that failed.
+class AlarmBook {
+ public:
+  void Take(const Event& event);
+  void Forget() { alarms_.clear(); }
+
+  // Those that count as alarms, the ones that last before those that are over.
+  [[nodiscard]] std::vector<Alarm> List() const;
+
+ private:
+  // A process that was rolled back.
+  struct Flip {
+    std::string good, bad;
+    bool wasLaunched = false;    // since the last rollback
+    bool wasTakenAgain = false;  // the bad one, since the last rollback
+  };
+  using Key = std::pair<Alarm::Kind, std::string>;
+
+  void EndBy(const Event& event);
+  void RaiseBy(const Event& event);
+  void FollowFlip(const Event& event);
+  void TakeRollback(const Event& event);
+  void EndMendedFlips();
+  Alarm* Raise(Alarm::Kind kind, const std::string& subject, const Event& event);
+  void End(Alarm::Kind kind, const std::string& subject);
+
+  std::map<Key, Alarm> alarms_;
+  std::map<std::string, Flip> flips_;  // by process
+  int curlCode_ = 0;                   // of the last transfer that failed
+};
+
+}  // namespace devicelog
