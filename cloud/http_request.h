@@ -10,11 +10,15 @@
 // check. Redirects are not followed.
 //
 // Results: 0 the transfer completed; 1 the request could not be prepared or sent; 2 the transfer
-// failed (connection, TLS, time-out), with "Curl return code <code>" in the log.
+// failed (connection, TLS, time-out, no memory for the body; of a file also trust that could not be
+// set up), with "Curl return code <code>" in the log.
 #pragma once
 
 #include <string>
 #include <vector>
+
+constexpr int requestNotPrepared = 1;
+constexpr int transferFailed = 2;
 
 class HttpRequest {
  public:

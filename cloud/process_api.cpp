@@ -19,8 +19,6 @@ struct Call {
   const char* what;  // begins the line about its outcome
 };
 
-constexpr int notPrepared = 1;
-
 [[nodiscard]] bool AddFields(cJSON* object, std::initializer_list<Field> fields) {
   for (const Field& field : fields) {
     if (!AddString(object, field.key, field.value)) return false;
@@ -48,10 +46,10 @@ CJsonText RequestText(std::initializer_list<Field> callFields) {
 
 [[nodiscard]] int Send(const std::string& url, const char* text, std::vector<char>& body) {
   Session session;
-  if (!session.IsOpen()) return notPrepared;
-  if (session.VerifyPeer() != CURLE_OK) return notPrepared;
+  if (!session.IsOpen()) return requestNotPrepared;
+  if (session.VerifyPeer() != CURLE_OK) return requestNotPrepared;
   curl_slist* headers = session.MakeHeaders();
-  if (headers == nullptr) return notPrepared;
+  if (headers == nullptr) return requestNotPrepared;
   session.Set(CURLOPT_URL, url.c_str());
   session.Set(CURLOPT_POSTFIELDS, text);
   session.Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(text)));
@@ -63,9 +61,9 @@ CJsonText RequestText(std::initializer_list<Field> callFields) {
                        std::vector<char>& body) {
   body.clear();
   const CJsonText text = RequestText(callFields);
-  if (!text) return notPrepared;
+  if (!text) return requestNotPrepared;
   const int result = Send(HttpRequest::domain + call.path, text.get(), body);
-  if (result == notPrepared) return result;
+  if (result == requestNotPrepared) return result;
   Log(std::string(call.what) + " from domain " + HttpRequest::domain + ", status " +
       std::to_string(result));
   return result;

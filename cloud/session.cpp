@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "cloud/http_request.h"
 #include "cloud/write_body.h"
 #include "platform/log.h"
 
@@ -68,5 +69,5 @@ curl_off_t Session::AnnouncedBytes() {
 int ResultOf(CURLcode code) {
   if (code == CURLE_OK) return 0;
   Log("Curl return code " + std::to_string(static_cast<int>(code)));
-  return 2;
+  return transferFailed;
 }

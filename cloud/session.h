@@ -46,7 +46,8 @@ class Session {
   // must be given as long.
   template <typename Value>
   void Set(CURLoption option, Value value) {
-    static_assert(!std::is_same_v<Value, int>, "libcurl reads numbers as long");
+    static_assert(!std::is_integral_v<Value> || std::is_same_v<Value, long>,
+                  "libcurl reads numbers as long");
     (void)curl_easy_setopt(handle_.get(), option, value);
   }
 

@@ -13,11 +13,9 @@ const std::string HttpRequest::domain = TOLVAR_CLOUD_URL;
 
 namespace {
 
-constexpr int notPrepared = 1;
-
 [[nodiscard]] int Fetch(const std::string& url, std::vector<char>& body) {
   Session session;
-  if (!session.IsOpen()) return notPrepared;
+  if (!session.IsOpen()) return requestNotPrepared;
   const CURLcode trust = session.VerifyPeer();
   if (trust != CURLE_OK) return ResultOf(trust);
   session.Set(CURLOPT_URL, url.c_str());
@@ -34,7 +32,7 @@ HttpRequest* HttpRequest::Instance() {
 int HttpRequest::GetResponse(const std::string& url, std::vector<char>& body) {
   body.clear();
   const int result = Fetch(url, body);
-  if (result == notPrepared) return result;
+  if (result == requestNotPrepared) return result;
   Log("Get response from url " + url + ", status " + std::to_string(result));
   return result;
 }

@@ -35,6 +35,7 @@ namespace {
 }
 
 [[nodiscard]] bool IsWritten(const Component& component, const std::string& path) {
+  const FreedMemoryReturned returned;  // after the body, which may be large, is gone
   std::vector<char> body;
   if (!IsFetched(component, body)) return false;
   if (WriteToPath(path, body) != 0) {
@@ -58,9 +59,7 @@ int Component::ParseResponse(const std::vector<char>& body, std::string& url) co
 }
 
 int Component::DownloadToPath(const std::string& path) const {
-  const bool written = IsWritten(*this, path);
-  ReturnFreedMemory();  // the body's, which may have been large
-  if (!written) return 1;
+  if (!IsWritten(*this, path)) return 1;
   if (!CheckIntegrity(path, checksum)) {
     Log("CheckIntegrity failed for path " + path + ", checksum " + checksum);
     return 1;

@@ -5,7 +5,7 @@
 
 constexpr std::int64_t microsPerSec = 1000000;
 
-// Wall-clock time in microseconds since the epoch. The only reader of the wall clock: seconds and
+// Wall-clock time in microseconds since the epoch. Every time stamp comes from it: seconds and
 // milliseconds are divided from it, truncating toward zero. Any thread.
 [[nodiscard]] std::int64_t NowMicros();
 

@@ -1,8 +1,9 @@
-// The owner of a file descriptor.
+// The owner of a file descriptor, and what reads and writes through it.
 #pragma once
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 class Descriptor {
@@ -22,3 +23,11 @@ class Descriptor {
  private:
   int value_;
 };
+
+// Does `call`, a read or a write, again for as long as a signal handler interrupts it.
+template <typename Call>
+[[nodiscard]] ssize_t Uninterrupted(const Call& call) {
+  ssize_t result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}

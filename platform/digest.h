@@ -4,6 +4,6 @@
 #include <string>
 
 // The MD5 of what `descriptor` reads from its position to the end, as 32 lowercase hexadecimal
-// digits. A read error counts as the end. Empty when this system's library refuses the digest.
-// Throws std::bad_alloc. Blocks for as long as reading and hashing take; any thread.
+// digits. A read error counts as the end. Throws std::bad_alloc. Blocks for as long as reading and
+// hashing take; any thread.
 [[nodiscard]] std::string Md5OfDescriptor(int descriptor);

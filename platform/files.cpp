@@ -16,13 +16,14 @@ namespace {
 // Neither to be passed on to commands nor to wait for the other end, should the path be a pipe's.
 constexpr int carefully = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-[[nodiscard]] bool IsRegular(const std::string& path) {
+// What `path` is, symbolic links followed; 0 when it is nothing.
+mode_t ModeOf(const std::string& path) {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  return stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
 }
 
 [[nodiscard]] bool IsBusy(const std::string& path) {
-  if (!IsRegular(path)) return false;
+  if (!S_ISREG(ModeOf(path))) return false;
   const Descriptor file(open(path.c_str(), O_WRONLY | carefully));
   return !file.IsOpen() && errno == ETXTBSY;
 }
@@ -49,7 +50,8 @@ int EnsureDir(const std::string& path) {
 void WriteAll(int descriptor, const std::vector<char>& data) {
   std::size_t written = 0;
   while (written < data.size()) {
-    const ssize_t count = write(descriptor, data.data() + written, data.size() - written);
+    const ssize_t count = Uninterrupted(
+        [&] { return write(descriptor, data.data() + written, data.size() - written); });
     if (count <= 0) return;
     written += static_cast<std::size_t>(count);
   }
@@ -63,10 +65,7 @@ std::string ParentPath(const std::string& path) {
   return path.substr(0, slash);
 }
 
-bool DirExists(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
+bool DirExists(const std::string& path) { return S_ISDIR(ModeOf(path)); }
 
 int CreateDir(const std::string& path) {
   const std::string parent = ParentPath(path);
@@ -88,6 +87,7 @@ int RemovePath(const std::string& path) { return RunShell("rm -f " + ShellWord(p
 
 int CopyToPath(const std::string& dst, const std::string& src) {
   if (EnsureDir(ParentPath(dst)) != 0) return 1;
+  if (S_ISFIFO(ModeOf(dst))) return 1;  // "cp" would wait for a reader, and supervision with it
   WaitWhileBusy(dst);
   return RunShell("cp -a " + ShellWord(src) + " " + ShellWord(dst)) ? 0 : 1;
 }

@@ -11,7 +11,8 @@ Lines::Lines(const std::string& path) {
   const Descriptor file = OpenForReading(path);
   std::array<char, 512> block = {};
   for (;;) {
-    const ssize_t count = read(file.Get(), block.data(), block.size());
+    const ssize_t count =
+        Uninterrupted([&] { return read(file.Get(), block.data(), block.size()); });
     if (count <= 0) return;
     (void)text_.append(block.data(), static_cast<std::size_t>(count));
   }

@@ -10,13 +10,14 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "platform/clock.h"
 #include "platform/pipe_signal.h"
 
 namespace {
 
-// The reader has let a line wait for a second: the next ones do not wait for it.
+// The last line could not be written out: the next one does not wait before it begins.
 std::atomic<bool> stalled{false};
-// The rest of a line was dropped together with its end.
+// It was dropped in its middle.
 std::atomic<bool> unfinished{false};
 
 iovec Piece(std::string_view text) {
@@ -24,13 +25,13 @@ iovec Piece(std::string_view text) {
   return {const_cast<char*>(text.data()), text.size()};
 }
 
-// Whether to go on after a failed write; waits for the reader where there is hope.
-[[nodiscard]] bool IsPassing(int error) {
-  constexpr int patienceMs = 1000;
-  if (error == EINTR) return true;
-  if (error != EAGAIN) return false;  // there is nowhere left to report it
+// Waits until standard output takes more, not beyond `untilMs` of the uptime clock, however often a
+// signal comes in between or another writer is quicker.
+[[nodiscard]] bool TakesMore(std::int64_t untilMs) {
+  const std::int64_t leftMs = untilMs - UptimeMillis();
+  if (leftMs <= 0) return false;
   pollfd output = {STDOUT_FILENO, POLLOUT, 0};
-  return poll(&output, 1, stalled.load() ? 0 : patienceMs) != 0;
+  return poll(&output, 1, static_cast<int>(leftMs)) != 0;
 }
 
 using Pieces = std::array<std::string_view, 3>;
@@ -44,22 +45,29 @@ void Advance(Pieces& left, std::size_t written) {
   }
 }
 
-// Writes until nothing is left or nothing goes on.
+// Writes until nothing is left or a second goes by without progress.
 void WriteOut(Pieces& left) {
+  constexpr std::int64_t patienceMs = 1000;
+  std::int64_t untilMs = stalled.load() ? 0 : UptimeMillis() + patienceMs;
   while (!left.back().empty()) {
     const std::array<iovec, 3> pieces = {Piece(left[0]), Piece(left[1]), Piece(left[2])};
     const ssize_t count = writev(STDOUT_FILENO, pieces.data(), pieces.size());
-    if (count < 0 && IsPassing(errno)) continue;
-    if (count < 0) return;
-    Advance(left, static_cast<std::size_t>(count));
+    if (count > 0) {
+      Advance(left, static_cast<std::size_t>(count));
+      untilMs = UptimeMillis() + patienceMs;
+      continue;
+    }
+    if (errno == EINTR) continue;
+    // For any other reason there is nowhere left to report it.
+    if (errno != EAGAIN || !TakesMore(untilMs)) return;
   }
 }
 
 }  // namespace
 
 void Log(std::string_view text) {
-  (void)std::fflush(stdout);
   const PipeSignalHeld held;
+  (void)std::fflush(stdout);
   Pieces left = {unfinished.load() ? "\n" : "", text, "\n"};
   WriteOut(left);
   stalled.store(!left.back().empty());

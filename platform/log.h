@@ -8,7 +8,7 @@
 // Numbers belong in the text already. Allocates nothing. Any thread.
 //
 // Blocks as long as standard output does. Where the host has made that non-blocking, a second
-// without progress drops the rest of the line, and further lines are dropped without waiting until
-// the reader goes on; the next line begins on a line of its own all the same. When nobody can read
-// any more, lines are lost; the SIGPIPE of that does not reach the host.
+// without progress drops the rest of the line. Its end then comes with the next line, which begins
+// on a line of its own all the same, and is dropped without waiting while nothing at all is taken.
+// When nobody can read any more, lines are lost; the SIGPIPE of that does not reach the host.
 void Log(std::string_view text);

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#ifdef __GLIBC__
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
 #include <malloc.h>
 #endif
 
@@ -36,8 +36,8 @@ bool MemoryHolds(std::uint64_t bytes) noexcept {
   return available >= reserveBytes && bytes <= available - reserveBytes;
 }
 
-void ReturnFreedMemory() noexcept {
-#ifdef __GLIBC__
+FreedMemoryReturned::~FreedMemoryReturned() {
+#if defined(__GLIBC__) && !defined(__UCLIBC__)
   (void)malloc_trim(0);  // whether there was anything to give back does not matter
 #endif
 }

@@ -8,6 +8,12 @@
 // well where the kernel does not tell. Any thread; allocates nothing.
 [[nodiscard]] bool MemoryHolds(std::uint64_t bytes) noexcept;
 
-// Gives the system back what the C library holds of freed memory: once a large block was freed, the
-// next one comes from the heap and stays there. Any thread.
-void ReturnFreedMemory() noexcept;
+// Gives the system back, as it is destroyed, what the C library holds of freed memory: once a large
+// block was freed, the next one comes from the heap and stays there. Any thread.
+class FreedMemoryReturned {
+ public:
+  FreedMemoryReturned() = default;
+  FreedMemoryReturned(const FreedMemoryReturned&) = delete;
+  FreedMemoryReturned& operator=(const FreedMemoryReturned&) = delete;
+  ~FreedMemoryReturned();
+};

@@ -64,7 +64,8 @@ class Processes {
   // reads everything anew.
   static void ReadConfig();
 
-  // The supervisor's life on the calling thread: returns once `stopRequested` is seen after a pass.
+  // The supervisor's life on the calling thread: returns once `stopRequested` is seen, before the
+  // first pass or after any.
   // Without the device's identity it waits for that first, whatever the flag says.
   void LaunchAll();
 

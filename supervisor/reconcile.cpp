@@ -59,7 +59,6 @@ int Processes::FetchAndReconcile(const std::string& version) {
 }
 
 void Processes::Bootstrap() {
-  constexpr int transferFailed = 2;
   while (!stopRequested.load()) {
     const int latest = GetProcesses("latest");
     if (latest == 0) {
