@@ -91,6 +91,13 @@ CURLcode curl_global_init(long flags) {
   const Spared spared;
   return Record("curl_global_init=" + std::to_string(flags), curl_global_init, __func__, flags);
 }
+curl_slist* curl_slist_append(curl_slist* list, const char* text) {
+  const Spared spared;
+  int place = 1;
+  for (const curl_slist* item = list; item != nullptr; item = item->next) ++place;
+  if (place == curlRecorder.refusedHeader) return nullptr;
+  return PassOn(curl_slist_append, __func__, list, text);
+}
 void curl_slist_free_all(curl_slist* list) {
   Record(__func__, curl_slist_free_all, __func__, list);
 }
