@@ -51,7 +51,7 @@ void Note(CURLoption option, void* value) {
 
 // The signature is libcurl's. A long and a pointer travel alike on every target of the product.
 #pragma GCC diagnostic ignored "-Wvarargs"
-CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
+CURLcode curl_easy_setopt(CURL* curl, CURLoption option, ...) {
   const Spared spared;
   va_list arguments;
   va_start(arguments, option);
@@ -62,19 +62,19 @@ CURLcode curl_easy_setopt(CURL* handle, CURLoption option, ...) {
   if (option == curlRecorder.refusedOption) return CURLE_OUT_OF_MEMORY;
   Note(option, value);
   if (option == CURLOPT_TIMEOUT) {
-    value = reinterpret_cast<void*>(reinterpret_cast<long>(value) * curlRecorder.second);
-    option = CURLOPT_TIMEOUT_MS;
+    const long milliseconds = reinterpret_cast<long>(value) * curlRecorder.second;
+    return PassOn(curl_easy_setopt, __func__, curl, CURLOPT_TIMEOUT_MS, milliseconds);
   }
-  return PassOn(curl_easy_setopt, __func__, handle, option, value);
+  return PassOn(curl_easy_setopt, __func__, curl, option, value);
 }
 
-CURLcode curl_easy_perform(CURL* handle) {
+CURLcode curl_easy_perform(CURL* curl) {
   {
     const Spared spared;
     curlRecorder.calls.emplace_back(__func__);
     curlRecorder.requests.push_back(current);
   }
-  if (!curlRecorder.answer) return PassOn(curl_easy_perform, __func__, handle);
+  if (!curlRecorder.answer) return PassOn(curl_easy_perform, __func__, curl);
   Spared::now = true;
   const CurlAnswer answer = curlRecorder.answer(current);
   Spared::now = false;
@@ -91,8 +91,12 @@ CURLcode curl_global_init(long flags) {
   const Spared spared;
   return Record("curl_global_init=" + std::to_string(flags), curl_global_init, __func__, flags);
 }
+curl_slist* curl_slist_append(curl_slist* list, const char* data) {
+  if (--curlRecorder.refusedHeader == 0) return nullptr;
+  return PassOn(curl_slist_append, __func__, list, data);
+}
 void curl_slist_free_all(curl_slist* list) {
   Record(__func__, curl_slist_free_all, __func__, list);
 }
-void curl_easy_cleanup(CURL* handle) { Record(__func__, curl_easy_cleanup, __func__, handle); }
+void curl_easy_cleanup(CURL* curl) { Record(__func__, curl_easy_cleanup, __func__, curl); }
 void curl_global_cleanup() { Record(__func__, curl_global_cleanup, __func__); }

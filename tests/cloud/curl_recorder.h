@@ -27,7 +27,8 @@ struct CurlRecorder {
   std::function<CurlAnswer(const CurlRequest&)> answer;
   bool noHandle = false;                         // have curl_easy_init answer null
   CURLoption refusedOption = CURLOPT_LASTENTRY;  // have this one answer "out of memory"
-  long second = 1000;  // how many milliseconds a second of a time-out lasts
+  int refusedHeader = 0;  // have this one of the next headers, from 1 on, find no memory
+  long second = 1000;     // how many milliseconds a second of a time-out lasts
 };
 
 extern CurlRecorder curlRecorder;
