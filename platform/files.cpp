@@ -16,13 +16,14 @@ namespace {
 // Neither to be passed on to commands nor to wait for the other end, should the path be a pipe's.
 constexpr int carefully = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-[[nodiscard]] bool IsRegular(const std::string& path) {
+// Of what `path` leads to; 0 where there is nothing.
+mode_t TypeOf(const std::string& path) {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+  return stat(path.c_str(), &status) == 0 ? status.st_mode & S_IFMT : 0;
 }
 
 [[nodiscard]] bool IsBusy(const std::string& path) {
-  if (!IsRegular(path)) return false;
+  if (TypeOf(path) != S_IFREG) return false;
   const Descriptor file(open(path.c_str(), O_WRONLY | carefully));
   return !file.IsOpen() && errno == ETXTBSY;
 }
@@ -63,10 +64,7 @@ std::string ParentPath(const std::string& path) {
   return path.substr(0, slash);
 }
 
-bool DirExists(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
+bool DirExists(const std::string& path) { return TypeOf(path) == S_IFDIR; }
 
 int CreateDir(const std::string& path) {
   const std::string parent = ParentPath(path);
@@ -88,6 +86,7 @@ int RemovePath(const std::string& path) { return RunShell("rm -f " + ShellWord(p
 
 int CopyToPath(const std::string& dst, const std::string& src) {
   if (EnsureDir(ParentPath(dst)) != 0) return 1;
+  if (TypeOf(dst) == S_IFIFO) return 1;  // the command would wait for its reader for good
   WaitWhileBusy(dst);
   return RunShell("cp -a " + ShellWord(src) + " " + ShellWord(dst)) ? 0 : 1;
 }

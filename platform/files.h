@@ -37,8 +37,8 @@
 [[nodiscard]] int RemovePath(const std::string& path);
 
 // Creates the parent of `dst` when it is missing, then runs "cp -a SRC DST" (destination first
-// here, source first there). Fails, without a message, when the parent cannot be created or the
-// shell could not be run.
+// here, source first there). Fails, without a message, when the parent cannot be created, `dst` is a
+// pipe or the shell could not be run.
 [[nodiscard]] int CopyToPath(const std::string& dst, const std::string& src);
 
 // Writes `data` to `path`, replacing what it held. Fails only when `path` cannot be opened, with
