@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -26,7 +27,7 @@ class SmallPipe {
  public:
   explicit SmallPipe(int writerFlags) {
     std::array<int, 2> ends = {-1, -1};
-    (void)pipe2(ends.data(), O_CLOEXEC);
+    EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
     reader_ = ends[0];
     (void)fcntl(ends[1], F_SETPIPE_SZ, 1);  // the least is a page
     (void)fcntl(ends[1], F_SETFL, writerFlags);
