@@ -5,16 +5,16 @@
 #include <ctime>
 
 // While one lives, a write of its thread to such a pipe only fails; neither what the host does on
-// SIGPIPE nor its other threads are touched. One that was pending before stays so.
+// SIGPIPE nor its other threads are touched. A SIGPIPE that the host holds back stays pending.
 class PipeSignalHeld {
  public:
   PipeSignalHeld() {
-    (void)sigemptyset(&pipe_);  // with these sets and signals none of the calls fails
+    (void)sigemptyset(&pipe_);  // with this set and signal none of the calls fails
     (void)sigaddset(&pipe_, SIGPIPE);
-    sigset_t pending;
-    (void)sigpending(&pending);
-    isHosts_ = sigismember(&pending, SIGPIPE) == 1;
     (void)pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+    sigset_t pending = {};
+    (void)sigpending(&pending);
+    isHosts_ = sigismember(&pending, SIGPIPE) != 0;
   }
   PipeSignalHeld(const PipeSignalHeld&) = delete;
   PipeSignalHeld& operator=(const PipeSignalHeld&) = delete;
@@ -27,5 +27,5 @@ class PipeSignalHeld {
  private:
   sigset_t pipe_;
   sigset_t before_;
-  bool isHosts_;  // there was one before
+  bool isHosts_ = false;  // one was pending already
 };

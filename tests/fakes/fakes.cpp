@@ -25,7 +25,10 @@ std::int64_t NowMicros() {
   return fakeClock.nowMicros;
 }
 
-std::int64_t UptimeMillis() { return fakeClock.nowMicros / 1000; }
+std::int64_t UptimeMillis() {
+  ++fakeClock.uptimeReads;
+  return fakeClock.nowMicros / 1000;
+}
 
 void SleepSeconds(unsigned seconds) {
   const Spared spared;

@@ -15,6 +15,7 @@ struct FakeClock {
   std::function<void()> onSleep;   // runs in each sleep, after the clock has moved
   bool real = false;               // sleep for real, but only a millisecond per second
   std::atomic<unsigned> reads{0};  // of the clock
+  unsigned uptimeReads = 0;        // of the clock that nobody sets
   void Advance(std::int64_t seconds) { nowMicros += seconds * 1'000'000; }
   [[nodiscard]] std::int64_t Seconds() const { return nowMicros / 1'000'000; }
 };

@@ -21,6 +21,17 @@ imports=$("$readelf" --dyn-syms --wide $plug_in)
 [[ $imports == *'UND __stack_chk_fail'* ]]      # stack protector
 [[ $imports =~ 'UND __'[a-z]+'_chk@' ]]         # fortified calls of the C library
 
+# On 32 bits only calls with names like "__clock_gettime64" and "__stat64_time64" know the seconds
+# after 2038. The C++ library's own clocks and sleeps were built without them.
+if [[ $("$readelf" --file-header $plug_in) == *ELF32* ]]; then
+  times='clock_[a-z]+|nanosleep|time|gettimeofday|settimeofday|mktime|timegm|(local|gm|c)time(_r)?'
+  files='[fl]?stat|fstatat|__[fl]?xstat|utime|utimes|utimensat|futimens'
+  waits='p?select|ppoll|sigtimedwait|sem_timedwait|pthread_[a-z]+_(timed|clock)[a-z]+'
+  others='[gs]etsockopt|(send|recv)m?msg|ioctl|getrusage|[gs]etitimer|timerfd_[gs]ettime'
+  [[ ! $imports =~ ' UND '($times|$files|$waits|$others)(64)?@ ]]
+  [[ ! $imports =~ ' UND _ZNSt'(6chrono|11this_thread) ]]
+fi
+
 # The client header is found by pkg-config and by CMake, and compiles.
 cd /run/client
 printf '#include <tolvar_heartbeat.h>\nint main(void) { return TOLVAR_STATUS_OK; }\n' >main.c
