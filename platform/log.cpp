@@ -48,18 +48,22 @@ void Advance(Pieces& left, std::size_t written) {
 // Writes until nothing is left or a second goes by without progress.
 void WriteOut(Pieces& left) {
   constexpr std::int64_t patienceMs = 1000;
-  std::int64_t untilMs = stalled.load() ? 0 : UptimeMillis() + patienceMs;
+  bool isHopeful = !stalled.load();
+  std::int64_t untilMs = 0;  // none is waited for yet
   while (!left.back().empty()) {
     const std::array<iovec, 3> pieces = {Piece(left[0]), Piece(left[1]), Piece(left[2])};
     const ssize_t count = writev(STDOUT_FILENO, pieces.data(), pieces.size());
     if (count > 0) {
       Advance(left, static_cast<std::size_t>(count));
-      untilMs = UptimeMillis() + patienceMs;
+      isHopeful = true;
+      untilMs = 0;
       continue;
     }
     if (errno == EINTR) continue;
     // For any other reason there is nowhere left to report it.
-    if (errno != EAGAIN || !TakesMore(untilMs)) return;
+    if (errno != EAGAIN || !isHopeful) return;
+    if (untilMs == 0) untilMs = UptimeMillis() + patienceMs;
+    if (!TakesMore(untilMs)) return;
   }
 }
 

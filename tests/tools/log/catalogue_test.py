@@ -13,11 +13,12 @@ LITERAL = r'"((?:[^"\\\n]|\\.)*)"'
 # Calls whose text stands elsewhere in their file: which literals there are meant, and the message
 # that each makes. "%" is a value.
 INDIRECT = {
-    'key + ToString(interval)': (r"[a-z_]+=", "{}%"),
+    'key + std::to_string(interval)': (r"[a-z_]+=", "{}%"),
     'line.data()': (r"[a-z ]+: %s", "{}"),
-    'std::string(what) + " from domain " + HttpRequest::domain + ", status " + ToString(result)':
+    'std::string(call.what) + " from domain " + HttpRequest::domain + ", status " + '
+    'std::to_string(result)':
         (r"Get [a-z ]+", "{} from domain %, status %"),
-    'text.get()': (r"processes", '{{"{}":[%'),
+    'text': (r"processes", '{{"{}":[%'),
 }
 
 
