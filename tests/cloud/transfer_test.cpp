@@ -52,7 +52,8 @@ void Ask(const Request& request, CURLcode code, const std::string& kept, LogCapt
   SCOPED_TRACE(request.name);
   (void)log.Text();  // of what failed before
   const bool isTimed = code == CURLE_OPERATION_TIMEDOUT;
-  curlRecorder.second = (isTimed ? timeout : patience).count() / request.seconds;
+  const milliseconds wholeTime = isTimed ? timeout : patience;
+  curlRecorder.second = static_cast<long>(wholeTime.count()) / request.seconds;
   std::vector<char> body = Bytes("left");
   const auto start = steady_clock::now();
   const int result = request.send(body);

@@ -16,8 +16,9 @@ using testing::StartsWith;
 
 constexpr char fileUrl[] = "https://cloud.test:8443/file";
 constexpr std::size_t kB = 1024, MB = 1024 * kB;
+constexpr std::uint64_t TB = std::uint64_t{MB} * MB;
 
-Send HeadOf(std::size_t length) {
+Send HeadOf(std::uint64_t length) {
   return Head("200 OK", {"Content-Length: " + std::to_string(length)});
 }
 
@@ -34,13 +35,13 @@ struct WriteBodyTest : TransferTest {
                   std::to_string(bytes / kB) + " kB\nBuffers:            0 kB\n");
   }
   // A body is announced, of which a little comes.
-  void ExpectTaken(std::size_t announced) {
+  void ExpectTaken(std::uint64_t announced) {
     MeetAnswers({{"a little of it comes",
                   {HeadOf(announced), Fill{99}},
                   CURLE_PARTIAL_FILE,
                   std::string(99, 'x')}});
   }
-  void ExpectRefused(std::size_t announced) {
+  void ExpectRefused(std::uint64_t announced) {
     MeetAnswers({{"a little of it comes", {HeadOf(announced), Fill{99}}, CURLE_WRITE_ERROR, ""}});
   }
 
@@ -55,6 +56,7 @@ TEST_F(WriteBodyTest, AnAnnouncedBodyGetsRoomOnceWithAByteForItsEnd) {
     std::size_t capacityBefore;
   };
   const Row rows[] = {
+      {"of one byte", 1, 0},
       {"in one piece", 100, 0},
       {"in many pieces", 100'000, 0},
       {"in a body that was used before", 100'000, 16},
@@ -87,14 +89,14 @@ TEST_F(WriteBodyTest, AnAnnouncedBodyThatMemoryDoesNotHoldIsRefusedAtOnce) {
   struct Row {
     const char* name;
     std::size_t available;
-    std::size_t announced;
+    std::uint64_t announced;
     bool isTaken;
   };
   // Beside the body, a byte for its end and 8 MiB for the rest of the device have to fit.
   const Row rows[] = {
       {"fits exactly", 12 * MB, 4 * MB - 1, true},
       {"a byte too large", 12 * MB, 4 * MB, false},
-      {"far too large", 12 * MB, MB * MB, false},
+      {"far too large", 12 * MB, TB, false},
       {"less available than the rest needs", 7 * MB, 2 * MB, false},
       {"no more available than the rest needs", 8 * MB, 2 * MB, false},
       {"large, nothing available", 0, MB, false},
