@@ -26,6 +26,8 @@ void AddOptions(CLI::App& command, Request& request) {
   command.add_flag("--events", request.events, "The time line instead of the table");
   command.add_option("--why", request.why, "What led to the process's last restart or rollback")
       ->type_name("NAME");
+  command.add_option("--html", request.page, "Write the time line as a page of its own")
+      ->type_name("PAGE");
   command.add_flag("--json", request.json, "Events, then alarms, as JSON, one a line");
   command.add_flag("--follow", request.follow,
                    "Go on as the log grows: the table on a terminal, else the time line");

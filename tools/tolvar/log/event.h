@@ -64,7 +64,7 @@ struct Event {
   std::uint32_t count = 0;   // Fetched: processes; HeartbeatLost: since the last report; failures in a row
   std::int64_t seconds = 0;  // LaunchFailed: until the next attempt; ClockJumped: by how much
   int curlCode = 0;          // TransferFailed
-  std::string subject;       // a file, a path, a URL, a label, according to the kind
+  std::string subject;       // a file, a path, a URL; VersionReported: the state
   std::string reason;        // in words, what the lines before it say of why
   std::string text;          // the line itself, without its stamp
 };
