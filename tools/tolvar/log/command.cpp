@@ -31,8 +31,9 @@ void AddOptions(CLI::App& command, Request& request) {
   command.add_flag("--json", request.json, "Events, then alarms, as JSON, one a line");
   command.add_flag("--follow", request.follow,
                    "Go on as the log grows: the table on a terminal, else the time line");
-  command.add_option("--since", request.since,
-                     "From then on: 2h, 30min, 3d, or a time as the log writes it")
+  command
+      .add_option("--since", request.since,
+                  "From then on: 2h, 30min, 3d, or a time as the log writes it")
       ->type_name("TIME");
   command.add_option("--process", request.processes, "Only this process; may be given again")
       ->type_name("NAME")
@@ -47,7 +48,8 @@ void AddLog(CLI::App& app, int& status) {
   const auto line = std::make_shared<std::string>();
   AddOptions(*command, *request);
   CLI::Option* explain =
-      command->add_option("--explain", *line, "What a line means, and what to do; all of them without")
+      command
+          ->add_option("--explain", *line, "What a line means, and what to do; all of them without")
           ->type_name("LINE")
           ->expected(0, 1);
   command->callback([request, line, explain, &status] {

@@ -48,7 +48,8 @@ void Device::TakeReported(const Entry& entry, const ReportedProcess& reported) {
   const bool isNews = process.version.text != version;
   const State state = ToState(reported.state);
   if (isNews || process.version.known != Version::Known::FromReport || process.state != state) {
-    process.hasMisleadingComponents |= isNews && process.version.known == Version::Known::FromComponents;
+    process.hasMisleadingComponents |=
+        isNews && process.version.known == Version::Known::FromComponents;
     Event& event = Begin(entry, Event::Kind::VersionReported, reported.name);
     event.isNoise = !isNews;
     event.from = process.version;

@@ -34,7 +34,8 @@ std::size_t ColourOf(PageLane& lane, const std::string& version) {
   constexpr std::size_t maxVersions = 60;
   const auto found = std::find(lane.versions.begin(), lane.versions.end(), version);
   const auto index = static_cast<std::size_t>(found - lane.versions.begin());
-  if (found == lane.versions.end() && lane.versions.size() < maxVersions) lane.versions.push_back(version);
+  if (found == lane.versions.end() && lane.versions.size() < maxVersions)
+    lane.versions.push_back(version);
   return index;
 }
 
@@ -60,7 +61,8 @@ bool AreClose(const PageMark& a, const PageMark& b, double shortest) {
 // Puts together what is shorter and closer than could be seen, until half as many are left.
 template <typename Item>
 void Thin(std::vector<Item>& items, double whole) {
-  for (double shortest = whole / 4000; items.size() > maxItems / 2 && shortest <= whole; shortest *= 2) {
+  for (double shortest = whole / 4000; items.size() > maxItems / 2 && shortest <= whole;
+       shortest *= 2) {
     std::vector<Item> kept;
     for (Item& item : items) {
       if (!kept.empty() && AreClose(kept.back(), item, shortest)) {
@@ -107,7 +109,8 @@ void Page::LeaveAll(const Event& event, double at) {
   }
 }
 
-void Page::OpenBar(PageLane& lane, const Event& event, double at, const char* state, const Version& version) {
+void Page::OpenBar(PageLane& lane, const Event& event, double at, const char* state,
+                   const Version& version) {
   Close(lane, event, at);
   if (lane.bars.size() > maxItems) Thin(lane.bars, at);
   PageBar& bar = lane.bars.emplace_back();

@@ -1,5 +1,6 @@
 // The time line as a page: lanes of bars and marks. Keeps what it draws in memory, a bounded number
-// of bars and marks for each process: where there are more, short ones next to each other become one.
+// of bars and marks for each process: where there are more, short ones next to each other become
+// one.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +18,8 @@ struct PageBar {
   double from = 0, to = 0;  // on the axis
   const char* state = "";   // "running", "failed", "stopped", "unsupervised", "unknown", "mixed"
   Version version;
-  std::size_t colour = 0;    // one for each version of the process
-  std::uint32_t count = 1;   // of states in one "mixed"
+  std::size_t colour = 0;   // one for each version of the process
+  std::uint32_t count = 1;  // of states in one "mixed"
   Moment since, until;
   std::vector<std::string> lines;  // evidence
 };
@@ -49,7 +50,8 @@ class Page {
 
  private:
   void Follow(PageLane& lane, const Event& event, double at);
-  void OpenBar(PageLane& lane, const Event& event, double at, const char* state, const Version& version);
+  void OpenBar(PageLane& lane, const Event& event, double at, const char* state,
+               const Version& version);
   void MarkEvent(PageLane& lane, const Event& event, double at);
   void LeaveAll(const Event& event, double at);
 

@@ -29,7 +29,8 @@ Json ToJson(const PageBar& bar) {
 Json ToJson(const PageMark& mark) {
   Json lines = Json::array();
   if (!mark.line.empty()) lines.push_back(mark.line);
-  const std::string times = mark.count == 1 ? "" : " (" + std::to_string(mark.count) + " of the kind)";
+  const std::string times =
+      mark.count == 1 ? "" : " (" + std::to_string(mark.count) + " of the kind)";
   const KindTraits& traits = TraitsOf(mark.kind);
   return {{"at", mark.at},
           {"kind", traits.name},
@@ -40,10 +41,10 @@ Json ToJson(const PageMark& mark) {
 }
 
 Json ToJson(const Alarm& alarm) {
-  return {{"name", NameOf(alarm.kind)}, {"process", alarm.subject},
-          {"over", alarm.isOver},       {"words", alarm.words},
+  return {{"name", NameOf(alarm.kind)},   {"process", alarm.subject},
+          {"over", alarm.isOver},         {"words", alarm.words},
           {"since", ToText(alarm.since)}, {"last", ToText(alarm.last)},
-          {"line", alarm.last.line},    {"advice", alarm.advice}};
+          {"line", alarm.last.line},      {"advice", alarm.advice}};
 }
 
 Json ToJson(const Axis::Segment& segment) { return {{"x", segment.x}, {"t", segment.clock}}; }
@@ -82,7 +83,8 @@ std::string Page::Text(const View& view, const NameFilter& names) {
   const Moment last = view.Summary().last;
   const double end = last.line == 0 ? 0 : axis_.Place(last);
   Json json = {{"summary", SummaryText(view.Summary())}, {"axis", axis_.Name()}, {"end", end}};
-  json["clock"] = axis_.Segments().empty() ? ToList(std::vector<Axis::Segment>{{0, 0}}) : ToList(axis_.Segments());
+  json["clock"] = axis_.Segments().empty() ? ToList(std::vector<Axis::Segment>{{0, 0}})
+                                           : ToList(axis_.Segments());
   json["alarms"] = ToList(view.Alarms());
   AddTable(json, view, names);
   json["lanes"] = Json::array();
@@ -95,7 +97,8 @@ std::string Page::Text(const View& view, const NameFilter& names) {
                              {"bars", ToList(lane.bars)},
                              {"marks", ToList(lane.marks)}});
   }
-  return pageBefore + ForScript(json.dump(-1, ' ', false, Json::error_handler_t::replace)) + pageBehind;
+  return pageBefore + ForScript(json.dump(-1, ' ', false, Json::error_handler_t::replace)) +
+         pageBehind;
 }
 
 }  // namespace devicelog

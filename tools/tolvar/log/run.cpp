@@ -137,7 +137,8 @@ int Runner::Conclude() {
     for (const Alarm& alarm : view_.Alarms()) Write(JsonLine(alarm));
   } else if (!request_.why.empty()) {
     const auto process = view_.Processes().find(request_.why);
-    if (process == view_.Processes().end()) return Fail("no process " + request_.why + " in the log");
+    if (process == view_.Processes().end())
+      return Fail("no process " + request_.why + " in the log");
     Write(why_.Text(process->second, view_.Alarms()));
   } else if (!IsStream() && !request_.follow) {
     ShowTable();
@@ -148,7 +149,8 @@ int Runner::Conclude() {
 int Runner::WritePage() {
   const std::string text = page_.Text(view_, request_.processes);
   std::FILE* file = std::fopen(request_.page.c_str(), "we");
-  const bool isWritten = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  const bool isWritten =
+      file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
   const bool isClosed = file != nullptr && std::fclose(file) == 0;
   if (isWritten && isClosed) return 0;
   return Fail("cannot write " + request_.page + ": " + std::strerror(errno));

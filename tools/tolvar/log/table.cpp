@@ -14,7 +14,8 @@ constexpr std::size_t columnCount = std::tuple_size_v<Cells>;
 constexpr std::size_t lastColumn = columnCount - 1;
 
 constexpr char guessNote[] =
-    "?  as the versions of its files have it: the log says a process's version only in reports and\n"
+    "?  as the versions of its files have it: the log says a process's version only in reports "
+    "and\n"
     "   rollbacks; alone: not known\n";
 
 std::string StateText(const ProcessState& process) {
@@ -59,7 +60,8 @@ std::string Padded(const std::string& text, std::size_t width) {
 }
 
 // The last column gets what the others leave.
-std::string Line(const Cells& cells, const Widths& widths, std::size_t width, const Paint& paint, Tone tone) {
+std::string Line(const Cells& cells, const Widths& widths, std::size_t width, const Paint& paint,
+                 Tone tone) {
   std::string line;
   std::size_t used = 0;
   for (std::size_t i = 0; i < lastColumn; ++i) {
@@ -81,7 +83,7 @@ std::string Grouped(std::uint64_t number) {
 
 const TableCells& TableHeads() {
   static const TableCells heads = {"PROCESS",  "STATE",    "VERSION", "PENDING",
-                              "LAUNCHES", "RESTARTS", "SINCE",   "LAST FAILURE"};
+                                   "LAUNCHES", "RESTARTS", "SINCE",   "LAST FAILURE"};
   return heads;
 }
 
@@ -119,10 +121,12 @@ std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint) {
   for (const Alarm& alarm : alarms) {
     const std::string subject = alarm.subject.empty() ? "" : alarm.subject + ": ";
     const std::string head = alarm.isOver ? "over   " : "ALARM  ";
-    text += paint.In(alarm.isOver ? Tone::Plain : Tone::Bad, head) +
-            paint.Bold(Printable(subject)) + Printable(alarm.words) + "\n       " +
-            paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
-                        std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") + "\n";
+    text +=
+        paint.In(alarm.isOver ? Tone::Plain : Tone::Bad, head) + paint.Bold(Printable(subject)) +
+        Printable(alarm.words) + "\n       " +
+        paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
+                    std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") +
+        "\n";
     if (!alarm.isOver) text += "       do: " + alarm.advice + "\n";
   }
   return text;

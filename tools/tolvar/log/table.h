@@ -27,7 +27,8 @@ using NameFilter = std::vector<std::string>;
 // found healthy, restarts, since when, the last failure.
 using TableCells = std::array<std::string, 8>;
 [[nodiscard]] const TableCells& TableHeads();
-[[nodiscard]] TableCells TableRow(const std::string& name, const ProcessState& process, const Moment& now);
+[[nodiscard]] TableCells TableRow(const std::string& name, const ProcessState& process,
+                                  const Moment& now);
 
 // Whether a version in the process's row is not known for sure.
 [[nodiscard]] bool IsGuess(const ProcessState& process);

@@ -37,7 +37,8 @@ std::string Failures(std::uint32_t heartbeatsLost, std::uint32_t launchesFailed)
   std::string text;
   if (heartbeatsLost > 0) text = "its heartbeat was lost " + Times(heartbeatsLost, "");
   if (launchesFailed > 0) {
-    text += std::string(text.empty() ? "" : "and ") + "its launch failed " + Times(launchesFailed, "");
+    text +=
+        std::string(text.empty() ? "" : "and ") + "its launch failed " + Times(launchesFailed, "");
   }
   return text.empty() ? "it failed before this log or unseen in it " : text;
 }
@@ -71,14 +72,16 @@ void Why::Take(const Event& event) {
 std::string Why::Conclusion(const Chain& chain) const {
   const Event& turn = chain.turn;
   const std::string failures = Failures(chain.heartbeatsLost, chain.launchesFailed);
-  const std::string version = turn.from.text.empty() ? "" : " in version " + Printable(ToText(turn.from));
+  const std::string version =
+      turn.from.text.empty() ? "" : " in version " + Printable(ToText(turn.from));
   switch (turn.kind) {
     case Kind::RolledBack:
       return "rolled back to " + Printable(turn.to.text) + ": " + failures + version +
              " and its retries were used up.";
     case Kind::RollbackFailed:
     case Kind::RollbackToSame:
-      return "not rolled back, though " + failures + "and its retries were used up: " + Printable(turn.reason) + ".";
+      return "not rolled back, though " + failures +
+             "and its retries were used up: " + Printable(turn.reason) + ".";
     case Kind::LaunchFailed:
       return "not started: " + Printable(turn.reason) + ".";
     default:
@@ -92,7 +95,8 @@ std::string Why::Text(const ProcessState& process, const std::vector<Alarm>& ala
   if (chain.turn.kind == Kind::Detail) {
     return Printable(process_) + ": no restart and no rollback in this log.\n";
   }
-  std::string text = Printable(process_) + ", " + ToText(chain.turn.when) + ": " + Conclusion(chain) + "\n\n";
+  std::string text =
+      Printable(process_) + ", " + ToText(chain.turn.when) + ": " + Conclusion(chain) + "\n\n";
   std::size_t shown = 0;
   for (const Event& event : chain.events) {
     if (shown++ == keptFirst && chain.leftOut > 0) {
@@ -101,7 +105,8 @@ std::string Why::Text(const ProcessState& process, const std::vector<Alarm>& ala
     text += ToText(event.when) + "  " + Printable(AsTale(event)) + "\n" + Evidence(event);
   }
   if (isPast) text += "\nSince then a report has found it healthy.\n";
-  text += "\nNow: " + std::string(StateWord(process.state)) + ", version " + Printable(ToText(process.version)) + ".\n";
+  text += "\nNow: " + std::string(StateWord(process.state)) + ", version " +
+          Printable(ToText(process.version)) + ".\n";
   for (const Alarm& alarm : alarms) {
     if (alarm.subject == process_ && !alarm.isOver) text += "Do: " + alarm.advice + "\n";
   }

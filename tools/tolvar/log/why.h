@@ -19,7 +19,8 @@ class Why {
   void Take(const Event& event);
 
   // In sentences, each with its line as evidence. `process`: its state now.
-  [[nodiscard]] std::string Text(const ProcessState& process, const std::vector<Alarm>& alarms) const;
+  [[nodiscard]] std::string Text(const ProcessState& process,
+                                 const std::vector<Alarm>& alarms) const;
 
  private:
   // What happened since a report last found the process healthy.

@@ -154,7 +154,7 @@ function draw() {
     if (!item.element.classList.contains("bar")) continue;
     const pixels = (Math.min(item.to, view.to) - left) / (view.to - view.from) * width;
     item.element.style.width = Math.max(pixels, 2) + "px";
-    item.element.classList.toggle("narrow", pixels < 12);
+    item.element.classList.toggle("narrow", pixels < 26);
   }
   for (const lane of lanes) heapMarks(lane.marks, width);
 }
@@ -166,6 +166,7 @@ function redraw() {
 // ---- zoom and tips ------------------------------------------------------------------------------
 
 function show(from, to) {
+  byId("tip").hidden = true;
   const span = Math.min(Math.max(to - from, (whole.to - whole.from) / 1e6, 1e-3), whole.to - whole.from);
   view.from = Math.min(Math.max(from, whole.from), whole.to - span);
   view.to = view.from + span;
@@ -214,15 +215,16 @@ addEventListener("pointerup", () => {
   drag = null;
 });
 
+const shownMarks = 4;
 function showTip(item, event) {
   const tip = byId("tip");
   tip.replaceChildren();
-  for (const {title, time, lines} of (item.heap || [item]).slice(0, 8)) {
+  for (const {title, time, lines} of (item.heap || [item]).slice(0, shownMarks)) {
     make("b", tip, "", title);
     make("div", tip, "", time);
     for (const line of lines) make("code", tip, "", line);
   }
-  if (item.heap && item.heap.length > 8) make("div", tip, "", `and ${item.heap.length - 8} more: zoom in`);
+  if (item.heap && item.heap.length > shownMarks) make("div", tip, "", `and ${item.heap.length - shownMarks} more: zoom in`);
   tip.hidden = false;
   const left = Math.min(event.clientX + 14, innerWidth - tip.offsetWidth - 8);
   const below = event.clientY + 18;
