@@ -22,30 +22,30 @@ struct AlarmTraits {
 // In the order of the kinds.
 // clang-format off
 constexpr std::array<AlarmTraits, static_cast<std::size_t>(Kind::Count)> traitsTable = {{
-    {Kind::TwoSupervisors, "two-supervisors", 2, "Find the second host process on the device and "
-     "end it."},
-    {Kind::NoSocket, "no-heartbeat-socket", 2, "Look at the host's open files and the device's "
-     "memory."},
-    {Kind::NoIdentity, "no-identity", 2, "Bring wlan0 up, or put the token into "
-     "/etc/config/.user_config."},
+    {Kind::TwoSupervisors, "two-supervisors", 2,
+     "Find the second host process on the device and end it."},
+    {Kind::NoSocket, "no-heartbeat-socket", 2,
+     "Look at the host's open files and the device's memory."},
+    {Kind::NoIdentity, "no-identity", 2,
+     "Bring wlan0 up, or put the token into /etc/config/.user_config."},
     {Kind::CloudNotReached, "cloud-not-reached", 3, ""},
-    {Kind::NoManifest, "no-manifest", 1, "Read the answer in the log, and mend the list in the "
-     "cloud: it must be JSON with every field."},
-    {Kind::FellBack, "started-with-last-known-good", 1, "Mend the list \"latest\"; the next "
-     "fetch takes it."},
+    {Kind::NoManifest, "no-manifest", 1,
+     "Read the answer in the log, and mend the list in the cloud: JSON with every field."},
+    {Kind::FellBack, "started-with-last-known-good", 1,
+     "Mend the list \"latest\"; the next fetch takes it."},
     {Kind::TransfersFail, "transfers-fail", 2, ""},
-    {Kind::StorageFails, "storage-full-or-read-only", 1, "Look at the file system of the path: "
-     "full, read-only, or not mounted."},
-    {Kind::NeverVerifies, "never-verifies", 2, "Compare the file in the cloud with the list's "
-     "checksum, and publish it again."},
-    {Kind::Flips, "flips-between-versions", 2, "Take the failing version from the label "
-     "\"latest\": every fetch brings it back."},
-    {Kind::LaunchesFail, "launches-fail", 2, "Mend what the reason names; `tolvar log --why` "
-     "shows the lines."},
-    {Kind::HeartbeatsLost, "heartbeats-lost", 3, "Look at the process's own log: it hangs, dies, "
-     "or its entry point does not start it."},
-    {Kind::NoRollback, "no-rollback", 1, "Put a version that works under the label "
-     "\"lastknowngood\"."},
+    {Kind::StorageFails, "storage-full-or-read-only", 1,
+     "Look at the file system of the path: full, read-only, or not mounted."},
+    {Kind::NeverVerifies, "never-verifies", 2,
+     "Compare the file in the cloud with the list's checksum, and publish it again."},
+    {Kind::Flips, "flips-between-versions", 2,
+     "Take the failing version from the label \"latest\": every fetch brings it back."},
+    {Kind::LaunchesFail, "launches-fail", 2,
+     "Mend what the reason names; `tolvar log --why` shows the lines."},
+    {Kind::HeartbeatsLost, "heartbeats-lost", 3,
+     "Look at the process's own log: it hangs, dies, or its entry point does not start it."},
+    {Kind::NoRollback, "no-rollback", 1,
+     "Put a version that works under the label \"lastknowngood\"."},
 }};
 // clang-format on
 

@@ -21,8 +21,8 @@ constexpr Catalogue catalogue = {{
     {Id::NoSocketTimeout, Kind::SocketFailed, other, "Failed to setsockopt SO_RCVTIMEO",
      "The kernel refused a receive time-out on the heartbeat socket.",
      "Check that host and kernel agree on 64-bit time; it is tried every second."},
-    {Id::NoConfig, Kind::Detail, other, "don't have config file {path}, taking default "
-     "configuration",
+    {Id::NoConfig, Kind::Detail, other,
+     "don't have config file {path}, taking default configuration",
      "The supervisor starts with its default intervals.",
      ""},
     {Id::FetchInterval, Kind::Detail, other, "bootstrap_interval={seconds#}",
@@ -82,8 +82,8 @@ constexpr Catalogue catalogue = {{
     {Id::BootstrapLatest, Kind::Detail, other, "Get latest version processes succeeded",
      "The supervisor has its first list, of the label \"latest\".",
      ""},
-    {Id::BootstrapLastGood, Kind::FellBack, other, "Get last known good version processes "
-     "succeeded",
+    {Id::BootstrapLastGood, Kind::FellBack, other,
+     "Get last known good version processes succeeded",
      "The supervisor could not use the list \"latest\" at its start and took \"lastknowngood\". "
      "The next fetch asks for \"latest\" again.",
      "Mend the list \"latest\"."},
@@ -95,20 +95,20 @@ constexpr Catalogue catalogue = {{
      "A fetch failed, as the line before it says. The set of processes stays; next attempt after "
      "a whole interval.",
      ""},
-    {Id::LocationAnswered, Kind::Detail, component, "Get download location from domain {domain}, "
-     "status {status#}",
+    {Id::LocationAnswered, Kind::Detail, component,
+     "Get download location from domain {domain}, status {status#}",
      "The cloud was asked where a file is. 0: answered; 2: the transfer failed.",
      ""},
-    {Id::ParsedLocation, Kind::Detail, component, "Parsed component info: name {file}, version "
-     "{version}, url {url}",
+    {Id::ParsedLocation, Kind::Detail, component,
+     "Parsed component info: name {file}, version {version}, url {url}",
      "The cloud has said where the file is.",
      ""},
-    {Id::NoLocation, Kind::Detail, component, "GetDownloadLocation failed for component {file} "
-     "of process {process}",
+    {Id::NoLocation, Kind::Detail, component,
+     "GetDownloadLocation failed for component {file} of process {process}",
      "The cloud could not be asked where the file is.",
      "See the transfer before it; without one, the token could not be read."},
-    {Id::LocationUnusable, Kind::Detail, component, "Parse download url failed for component "
-     "{file}, response {answer}",
+    {Id::LocationUnusable, Kind::Detail, component,
+     "Parse download url failed for component {file}, response {answer}",
      "The cloud's answer does not say where this file in this version is.",
      "Read the answer in the line: the cloud does not know the file, or in another version."},
     {Id::FileAnswered, Kind::Detail, component, "Get response from url {url}, status {status#}",
@@ -131,31 +131,31 @@ constexpr Catalogue catalogue = {{
      "The MD5 of a file on the device and the one that the list gives. Different ones only say "
      "that a copy is stale, and the next place is tried.",
      ""},
-    {Id::Mismatch, Kind::ComponentBad, component, "CheckIntegrity failed for path {path}, "
-     "checksum {expected}",
+    {Id::Mismatch, Kind::ComponentBad, component,
+     "CheckIntegrity failed for path {path}, checksum {expected}",
      "A file is not what the list says, after it was downloaded. It is not used.",
      "Compare the file in the cloud with the checksum of the list. MD5 sums are written in small "
      "letters there; capitals never match. An empty file (d41d8cd9...): the device's storage is "
      "full."},
-    {Id::Downloaded, Kind::Downloaded, component, "Downloaded component: name {file}, version "
-     "{version}",
+    {Id::Downloaded, Kind::Downloaded, component,
+     "Downloaded component: name {file}, version {version}",
      "The file was downloaded and is what the list says.",
      ""},
-    {Id::FoundCached, Kind::Detail, component, "Found cached component: name {file}, version "
-     "{version}",
+    {Id::FoundCached, Kind::Detail, component,
+     "Found cached component: name {file}, version {version}",
      "The right file was in place already, or on the SD card; nothing was downloaded.",
      ""},
-    {Id::FoundAhead, Kind::Detail, component, "Found pre-downloaded component: name {file}, "
-     "version {version}",
+    {Id::FoundAhead, Kind::Detail, component,
+     "Found pre-downloaded component: name {file}, version {version}",
      "The file that was fetched ahead is put in place.",
      ""},
-    {Id::FetchedAhead, Kind::FetchedAhead, other, "Pre-download all components for process "
-     "{process}",
+    {Id::FetchedAhead, Kind::FetchedAhead, other,
+     "Pre-download all components for process {process}",
      "All files of the new version are on the device. If no launch follows at once, the process "
      "said that it is busy.",
      ""},
-    {Id::NotFetchedAhead, Kind::FetchAheadFailed, other, "Failed to pre-download components for "
-     "process {process}",
+    {Id::NotFetchedAhead, Kind::FetchAheadFailed, other,
+     "Failed to pre-download components for process {process}",
      "The new version's files could not be fetched ahead. Unless the process is busy, it is "
      "stopped all the same, and the launch fetches them.",
      "See the lines before it for the file."},
@@ -176,8 +176,8 @@ constexpr Catalogue catalogue = {{
      "The process was not started. The next attempt waits 4, 8, 16, 32, then always 64 seconds.",
      "See the lines before it. Without any, the shell could not be run: the host must not ignore "
      "SIGCHLD."},
-    {Id::HeartbeatLost, Kind::HeartbeatLost, other, "Process {process} failed to report "
-     "heartbeat, heartbeatMissing {count#}",
+    {Id::HeartbeatLost, Kind::HeartbeatLost, other,
+     "Process {process} failed to report heartbeat, heartbeatMissing {count#}",
      "The process is past its start-up time and its newest heartbeat is too old: it hangs, died, "
      "or never started. It is killed and started again. The count is since the last report.",
      "Look at the process's own log. Right after each launch: the entry point does not start it, "
@@ -185,15 +185,15 @@ constexpr Catalogue catalogue = {{
     {Id::RolledBack, Kind::RolledBack, other, "Process {process} rollback to version {version}",
      "The retries are used up: the last known good version replaces the one that fails.",
      "Take the failing version from the label \"latest\", or the next fetch brings it back."},
-    {Id::LastGoodUnusable, Kind::Detail, other, "Parse last known good version response failed, "
-     "{answer}",
+    {Id::LastGoodUnusable, Kind::Detail, other,
+     "Parse last known good version response failed, {answer}",
      "The cloud's answer is no last known good version.",
      "Read the answer in the line and mend the label \"lastknowngood\"."},
     {Id::LastGoodEmpty, Kind::Detail, other, "Empty processes, rollback {process} failed",
      "The cloud knows no last known good version of the process.",
      "Put one under the label \"lastknowngood\"."},
-    {Id::LastGoodOther, Kind::Detail, other, "Rollback from process {process} to {other}, looks "
-     "wrong!",
+    {Id::LastGoodOther, Kind::Detail, other,
+     "Rollback from process {process} to {other}, looks wrong!",
      "The cloud answered with another process; it is not used.",
      "The cloud must answer with only the process that was asked for, and in the same capitals."},
     {Id::RollbackFailed, Kind::RollbackFailed, other, "Rollback process {process} unsuccessfully",

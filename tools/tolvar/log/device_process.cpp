@@ -132,7 +132,8 @@ void Device::OnLaunched(const Entry& entry) {
   const bool isSwitch = process.hasPending;
   TakeOver(process, entry);
   AdoptVersion(process, byFiles);
-  if (process.isFailing && !isSwitch) ++process.restarts;
+  const bool isRestart = process.isFailing && !isSwitch;
+  if (isRestart) ++process.restarts;
   ++process.launches;
   process.isFailing = false;
   process.isLaunching = process.wasLaunchedSinceReport = true;
@@ -143,7 +144,7 @@ void Device::OnLaunched(const Entry& entry) {
   Event& event = Begin(entry, Event::Kind::Launched, entry.pieces[0]);
   if (isSwitch) event.from = before;
   event.to = process.version;
-  event.count = process.restarts;
+  if (isRestart) event.count = process.restarts;
   event.reason = sources;
   Emit();
 }

@@ -53,9 +53,10 @@ constexpr std::array<KindTraits, kindCount> traitsTable = {{
     {Kind::Launched, "launched", "launched{ |to|}{ (|reason|)}",
      "It was launched{ as |to|}{ (|reason|)}.", Tone::Good},
     {Kind::LaunchFailed, "launch-failed", "launch failed{, backs off |seconds| s}{: |reason|}",
-     "The launch{ of |to|} failed{: |reason|}{. The next attempt was to come after |seconds| s}.", Tone::Bad},
-    {Kind::HeartbeatLost, "heartbeat-lost", "heartbeat lost{ by |from|}{, |count| since the last "
-     "report}",
+     "The launch{ of |to|} failed{: |reason|}{. The next attempt was to come after |seconds| s}.",
+     Tone::Bad},
+    {Kind::HeartbeatLost, "heartbeat-lost",
+     "heartbeat lost{ by |from|}{, |count| since the last report}",
      "The heartbeat{ of |from|} was lost{, |count| since the last report}: it hung, died, or "
      "never started.", Tone::Bad},
     {Kind::RolledBack, "rolled-back", "rolled back{, |switch|}",

@@ -167,6 +167,9 @@ int Runner::Run() {
 }  // namespace
 
 int Run(const Request& request) {
+  if (request.file == "-" && isatty(STDIN_FILENO) == 1) {
+    return Fail("give it a FILE, or a log on standard input");
+  }
   View::Options options;
   options.nowMicros = LocalNowMicros();
   options.processes = request.processes;

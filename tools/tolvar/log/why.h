@@ -23,7 +23,7 @@ class Why {
                                  const std::vector<Alarm>& alarms) const;
 
  private:
-  // What happened since a report last found the process healthy.
+  // What happened since another version or supervisor came, or a report found the process healthy.
   struct Chain {
     std::deque<Event> events;
     std::uint64_t leftOut = 0;  // behind the first few
@@ -33,7 +33,7 @@ class Why {
   };
 
   static void Add(Chain& chain, const Event& event);
-  [[nodiscard]] std::string Conclusion(const Chain& chain) const;
+  [[nodiscard]] static std::string Conclusion(const Chain& chain);
 
   std::string process_;
   Chain chain_;     // at hand
