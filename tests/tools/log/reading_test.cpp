@@ -53,12 +53,14 @@ const StampRow stampRows[] = {
     {"SmallSyslog", "Nov 25 12:00:00 cam-7 user.info host: ", "2024-11-25T12:00:00.000"},
     {"JournalShort", "Nov 25 12:00:00.250000 cam-7 host[42]: ", "2024-11-25T12:00:00.250"},
     {"JournalIso", "2024-11-25T12:00:00+0100 cam-7 host[42]: ", "2024-11-25T12:00:00.000+01:00"},
-    {"JournalIsoPrecise", "2024-11-25T12:00:00.123456-05:30 cam-7 host[42]: ", "2024-11-25T12:00:00.123-05:30"},
+    {"JournalIsoPrecise",
+     "2024-11-25T12:00:00.123456-05:30 cam-7 host[42]: ", "2024-11-25T12:00:00.123-05:30"},
     {"JournalFull", "Mon 2024-11-25 12:00:00 CET cam-7 host[42]: ", "2024-11-25T12:00:00.000"},
     {"JournalMonotonic", "[   12.345678] cam-7 host[42]: ", "12.345"},
 };
 
-INSTANTIATE_TEST_SUITE_P(, Stamp, testing::ValuesIn(stampRows), [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(, Stamp, testing::ValuesIn(stampRows),
+                         [](const auto& row) { return row.param.name; });
 
 TEST(StampReader, CountsATimeOfDayOnOverMidnight) {
   StampReader stamps(now);
@@ -70,7 +72,8 @@ TEST(StampReader, CountsATimeOfDayOnOverMidnight) {
 
 TEST(StampReader, LeavesWhatOnlyLooksLikeAStamp) {
   StampReader stamps(now);
-  for (const char* line : {"12:60:00 a", "Nov 32 12:00:00 a", "Now 25 12:00:00 a", "2024-13-01 12:00:00 a", "12345 a", "[x] a", "12:00:00a"}) {
+  for (const char* line : {"12:60:00 a", "Nov 32 12:00:00 a", "Now 25 12:00:00 a",
+                           "2024-13-01 12:00:00 a", "12345 a", "[x] a", "12:00:00a"}) {
     Moment moment;
     EXPECT_EQ(stamps.TakeOff(line, moment), line);
     EXPECT_FALSE(moment.IsKnown()) << line;
@@ -81,12 +84,15 @@ class File : public testing::Test {
  protected:
   File() { (void)mkdtemp(folder_.data()); }
   ~File() override { (void)std::system(("rm -r " + folder_).c_str()); }
-  void Write(const std::string& text, std::ios::openmode mode = std::ios::app) const { std::ofstream(Path(), mode) << text; }
+  void Write(const std::string& text, std::ios::openmode mode = std::ios::app) const {
+    std::ofstream(Path(), mode) << text;
+  }
   [[nodiscard]] std::string Path() const { return folder_ + "/log"; }
   // The lines that are there now, "|" behind each.
   static std::string Rest(Source& source) {
     std::string all;
-    for (LineReader::Line line; source.Lines().Next(line);) all += std::string(line.text) + (line.isCut ? "~|" : "|");
+    for (LineReader::Line line; source.Lines().Next(line);)
+      all += std::string(line.text) + (line.isCut ? "~|" : "|");
     return all;
   }
   std::string folder_ = "/tmp/tolvar-log-XXXXXX";
@@ -168,19 +174,25 @@ TEST(Since, IsALengthOrATime) {
     EXPECT_TRUE(since->IsAfter(ReadMoment(before, now))) << text;
     EXPECT_FALSE(since->IsAfter(ReadMoment(notBefore, now))) << text;
   }
-  for (const char* text : {"", "2", "-2h", "2 h", "25:00", "yesterday"}) EXPECT_FALSE(Since::Parse(text, now)) << text;
+  for (const char* text : {"", "2", "-2h", "2 h", "25:00", "yesterday"})
+    EXPECT_FALSE(Since::Parse(text, now)) << text;
 }
 
 TEST(JsonLine, ReplacesWhatIsNoUtf8) {
   Event event;
   event.kind = Event::Kind::Launched;
   event.process = "a\xff\"\n";
-  EXPECT_EQ(JsonLine(event), "{\"line\":0,\"event\":\"launched\",\"process\":\"a\xef\xbf\xbd\\\"\\n\"}\n");
+  EXPECT_EQ(JsonLine(event),
+            "{\"line\":0,\"event\":\"launched\",\"process\":\"a\xef\xbf\xbd\\\"\\n\"}\n");
 }
 
-TEST(Terminal, ObeysNothingThatALogHolds) { EXPECT_EQ(Printable("a\x1b[2J\tb\x7f"), "a\\x1b[2J\\x09b\\x7f"); }
+TEST(Terminal, ObeysNothingThatALogHolds) {
+  EXPECT_EQ(Printable("a\x1b[2J\tb\x7f"), "a\\x1b[2J\\x09b\\x7f");
+}
 
-TEST(Terminal, CutsBetweenCharacters) { EXPECT_EQ(Shortened("\u00e4\u00f6\u00fc\u00df\u00e4", 4), "\u00e4..."); }
+TEST(Terminal, CutsBetweenCharacters) {
+  EXPECT_EQ(Shortened("\u00e4\u00f6\u00fc\u00df\u00e4", 4), "\u00e4...");
+}
 
 }  // namespace
 }  // namespace devicelog

@@ -16,25 +16,36 @@ struct AlarmTraits {
   Kind kind;
   const char* name;
   std::uint32_t from;  // so many in a row make it an alarm
-  const char* advice;   // where the event does not give its own
+  const char* advice;  // where the event does not give its own
 };
 
 // In the order of the kinds.
 // clang-format off
 constexpr std::array<AlarmTraits, static_cast<std::size_t>(Kind::Count)> traitsTable = {{
-    {Kind::TwoSupervisors, "two-supervisors", 2, "Find the second host process on the device and end it."},
-    {Kind::NoSocket, "no-heartbeat-socket", 2, "Look at the host's open files and the device's memory."},
-    {Kind::NoIdentity, "no-identity", 2, "Bring wlan0 up, or put the token into /etc/config/.user_config."},
+    {Kind::TwoSupervisors, "two-supervisors", 2,
+     "Find the second host process on the device and end it."},
+    {Kind::NoSocket, "no-heartbeat-socket", 2,
+     "Look at the host's open files and the device's memory."},
+    {Kind::NoIdentity, "no-identity", 2,
+     "Bring wlan0 up, or put the token into /etc/config/.user_config."},
     {Kind::CloudNotReached, "cloud-not-reached", 3, ""},
-    {Kind::NoManifest, "no-manifest", 1, "Read the answer in the log, and mend the list in the cloud: it must be JSON with every field."},
-    {Kind::FellBack, "started-with-last-known-good", 1, "Mend the list \"latest\"; the next fetch takes it."},
+    {Kind::NoManifest, "no-manifest", 1,
+     "Read the answer in the log, and mend the list in the cloud: JSON with every field."},
+    {Kind::FellBack, "started-with-last-known-good", 1,
+     "Mend the list \"latest\"; the next fetch takes it."},
     {Kind::TransfersFail, "transfers-fail", 2, ""},
-    {Kind::StorageFails, "storage-full-or-read-only", 1, "Look at the file system of the path: full, read-only, or not mounted."},
-    {Kind::NeverVerifies, "never-verifies", 2, "Compare the file in the cloud with the list's checksum, and publish it again."},
-    {Kind::Flips, "flips-between-versions", 2, "Take the failing version from the label \"latest\": every fetch brings it back."},
-    {Kind::LaunchesFail, "launches-fail", 2, "Mend what the reason names; `tolvar log --why` shows the lines."},
-    {Kind::HeartbeatsLost, "heartbeats-lost", 3, "Look at the process's own log: it hangs, dies, or its entry point does not start it."},
-    {Kind::NoRollback, "no-rollback", 1, "Put a version that works under the label \"lastknowngood\"."},
+    {Kind::StorageFails, "storage-full-or-read-only", 1,
+     "Look at the file system of the path: full, read-only, or not mounted."},
+    {Kind::NeverVerifies, "never-verifies", 2,
+     "Compare the file in the cloud with the list's checksum, and publish it again."},
+    {Kind::Flips, "flips-between-versions", 2,
+     "Take the failing version from the label \"latest\": every fetch brings it back."},
+    {Kind::LaunchesFail, "launches-fail", 2,
+     "Mend what the reason names; `tolvar log --why` shows the lines."},
+    {Kind::HeartbeatsLost, "heartbeats-lost", 3,
+     "Look at the process's own log: it hangs, dies, or its entry point does not start it."},
+    {Kind::NoRollback, "no-rollback", 1,
+     "Put a version that works under the label \"lastknowngood\"."},
 }};
 // clang-format on
 
@@ -49,8 +60,10 @@ constexpr std::array<RaiseRule, 11> raiseRules = {{
     {Event::Kind::SocketFailed, Kind::NoSocket, "the heartbeat socket could not be made"},
     {Event::Kind::IdentityMissing, Kind::NoIdentity, "the supervisor cannot start, it has tried"},
     {Event::Kind::FetchFailed, Kind::CloudNotReached, "the list could not be fetched"},
-    {Event::Kind::ManifestUnusable, Kind::NoManifest, "the cloud's answer was no list of processes"},
-    {Event::Kind::FellBack, Kind::FellBack, "started without \"latest\", with the last known good versions"},
+    {Event::Kind::ManifestUnusable, Kind::NoManifest,
+     "the cloud's answer was no list of processes"},
+    {Event::Kind::FellBack, Kind::FellBack,
+     "started without \"latest\", with the last known good versions"},
     {Event::Kind::TransferFailed, Kind::TransfersFail, "a transfer failed"},
     {Event::Kind::StorageFailed, Kind::StorageFails, "a file could not be written"},
     {Event::Kind::ComponentBad, Kind::NeverVerifies, "a file did not verify"},
@@ -107,7 +120,9 @@ std::string Times(std::uint32_t count) {
 }
 
 // What has not come often enough may be chance.
-bool IsOne(const Alarm& alarm) { return alarm.isCertain || alarm.count >= TraitsOf(alarm.kind).from; }
+bool IsOne(const Alarm& alarm) {
+  return alarm.isCertain || alarm.count >= TraitsOf(alarm.kind).from;
+}
 
 }  // namespace
 
@@ -166,7 +181,8 @@ void AlarmBook::RaiseBy(const Event& event) {
     if (event.isHopeless) alarm->isCertain = true;
     alarm->words = isSecond ? "another supervisor holds the heartbeat socket" : rule.words;
     alarm->words += ", " + Times(alarm->count);
-    if (!event.reason.empty()) alarm->words += ": " + (event.subject.empty() ? "" : event.subject + ", ") + event.reason;
+    if (!event.reason.empty())
+      alarm->words += ": " + (event.subject.empty() ? "" : event.subject + ", ") + event.reason;
     if (alarm->advice.empty()) alarm->advice = CurlAdvice(curlCode_);
   }
 }
@@ -198,8 +214,9 @@ void AlarmBook::TakeRollback(const Event& event) {
   flip = {event.to.text, event.from.text, false, false};
   Alarm* alarm = Raise(Kind::Flips, event.process, event);
   if (alarm == nullptr) return;
-  alarm->words = (flip.bad.empty() ? "a version" : flip.bad) + " was rolled back to " + flip.good + " " +
-                 Times(alarm->count) + ", and each time a fetch brought another version again";
+  alarm->words = (flip.bad.empty() ? "a version" : flip.bad) + " was rolled back to " + flip.good +
+                 " " + Times(alarm->count) +
+                 ", and each time a fetch brought another version again";
 }
 
 // A fetch that does not bring the bad version again shows that the list is mended.

@@ -31,7 +31,7 @@ struct Alarm {
   };
 
   Kind kind = Kind::TwoSupervisors;
-  std::string subject;  // the process, else the file; empty: the device
+  std::string subject;     // the process, else the file; empty: the device
   bool isOver = false;     // a later line says so
   bool isCertain = false;  // however rarely it came
   std::uint32_t count = 0;

@@ -21,16 +21,34 @@ int Explain(const std::string& line) {
   return 0;
 }
 
+// What is shown; one of them, or the table.
+void AddWays(CLI::App& command, Request& request) {
+  CLI::Option* events =
+      command.add_flag("--events", request.events, "The time line instead of the table");
+  CLI::Option* why =
+      command
+          .add_option("--why", request.why, "What led to the process's last restart or rollback")
+          ->type_name("NAME");
+  CLI::Option* json =
+      command.add_flag("--json", request.json, "Events, then alarms, as JSON, one a line");
+  CLI::Option* page =
+      command.add_option("--html", request.page, "Write the time line as a page of its own")
+          ->type_name("PAGE");
+  CLI::Option* follow =
+      command.add_flag("--follow", request.follow,
+                       "Go on as the log grows: the table on a terminal, else the time line");
+  events->excludes(why)->excludes(json)->excludes(page);
+  json->excludes(why)->excludes(page);
+  why->excludes(page)->excludes(follow);
+  page->excludes(follow);
+}
+
 void AddOptions(CLI::App& command, Request& request) {
   command.add_option("FILE", request.file, "The log, stamped or not; - is standard input");
-  command.add_flag("--events", request.events, "The time line instead of the table");
-  command.add_option("--why", request.why, "What led to the process's last restart or rollback")
-      ->type_name("NAME");
-  command.add_flag("--json", request.json, "Events, then alarms, as JSON, one a line");
-  command.add_flag("--follow", request.follow,
-                   "Go on as the log grows: the table on a terminal, else the time line");
-  command.add_option("--since", request.since,
-                     "From then on: 2h, 30min, 3d, or a time as the log writes it")
+  AddWays(command, request);
+  command
+      .add_option("--since", request.since,
+                  "From then on: 2h, 30min, 3d, or a time as the log writes it")
       ->type_name("TIME");
   command.add_option("--process", request.processes, "Only this process; may be given again")
       ->type_name("NAME")
@@ -45,7 +63,8 @@ void AddLog(CLI::App& app, int& status) {
   const auto line = std::make_shared<std::string>();
   AddOptions(*command, *request);
   CLI::Option* explain =
-      command->add_option("--explain", *line, "What a line means, and what to do; all of them without")
+      command
+          ->add_option("--explain", *line, "What a line means, and what to do; all of them without")
           ->type_name("LINE")
           ->expected(0, 1);
   command->callback([request, line, explain, &status] {

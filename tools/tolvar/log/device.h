@@ -154,8 +154,8 @@ class Device {
   std::uint32_t foundInPlace_ = 0;
   std::uint32_t foundAhead_ = 0;
   std::uint32_t downloaded_ = 0;
-  std::string problem_;  // the last thing that went wrong, in words
-  std::string file_;     // that is being downloaded
+  std::string problem_;              // the last thing that went wrong, in words
+  std::string file_;                 // that is being downloaded
   std::string computed_, expected_;  // the last comparison
   int curlCode_ = 0;                 // of a transfer whose request the next line names
 

@@ -45,7 +45,8 @@ void Device::OnTransfer(const Entry& entry) {
 void Device::OnLocation(const Entry& entry) { file_ = entry.pieces[0].substr(0, maxFile); }
 
 void Device::OnNoLocation(const Entry& entry) {
-  const std::string why = problem_.empty() ? "the token cannot be read, or memory is missing" : problem_;
+  const std::string why =
+      problem_.empty() ? "the token cannot be read, or memory is missing" : problem_;
   problem_ = "the cloud could not be asked for " + std::string(entry.pieces[0].substr(0, maxFile)) +
              " (" + why + ")";
 }
@@ -55,11 +56,13 @@ void Device::OnLocationUnusable(const Entry& entry) {
   problem_ = "the cloud does not say where " + file + " in this version is";
   Event& event = AddToWork(entry, Event::Kind::ComponentBad);
   event.subject = file;
-  event.reason = "the cloud does not say where it is: " + std::string(entry.pieces[1].substr(0, 120));
+  event.reason =
+      "the cloud does not say where it is: " + std::string(entry.pieces[1].substr(0, 120));
 }
 
 void Device::OnNoFile(const Entry& entry) {
-  problem_ = std::string(entry.pieces[0].substr(0, maxFile)) + " could not be downloaded (" + problem_ + ")";
+  problem_ = std::string(entry.pieces[0].substr(0, maxFile)) + " could not be downloaded (" +
+             problem_ + ")";
 }
 
 void Device::OnNoDirectory(const Entry& entry) {
@@ -86,7 +89,8 @@ void Device::OnMismatch(const Entry& entry) {
     event.isHopeless = true;
   } else if (computed_ == emptyMd5) {
     event.kind = Event::Kind::StorageFailed;
-    event.reason = "the file is empty after its download: the storage is full, or it is empty in the cloud";
+    event.reason =
+        "the file is empty after its download: the storage is full, or it is empty in the cloud";
   } else {
     event.reason = "its MD5 is " + computed_ + ", the list says " + expected_;
   }

@@ -68,7 +68,8 @@ void Device::OnParsedComponent(const Entry& entry) {
   listed.version = entry.pieces[1].substr(0, maxVersion);
   constexpr std::size_t multiplier = 0x01000193;
   const std::hash<std::string_view> hash;
-  listedHash_ = (listedHash_ * multiplier + hash(entry.pieces[0])) * multiplier + hash(entry.pieces[1]);
+  listedHash_ =
+      (listedHash_ * multiplier + hash(entry.pieces[0])) * multiplier + hash(entry.pieces[1]);
 }
 
 void Device::FailFetch(const Entry& entry, Event::Kind kind, const std::string& reason) {
@@ -83,7 +84,8 @@ void Device::FailFetch(const Entry& entry, Event::Kind kind, const std::string& 
 }
 
 void Device::OnNoAnswerForList(const Entry& entry) {
-  if (!hasRequest_) problem_ = "no request was sent: the token cannot be read, or memory is missing";
+  if (!hasRequest_)
+    problem_ = "no request was sent: the token cannot be read, or memory is missing";
   FailFetch(entry, Event::Kind::FetchFailed, problem_);
 }
 
@@ -140,7 +142,8 @@ void Device::OnDropped(const Entry& entry) {
 
 void Device::OnGotList(const Entry& entry) {
   hasListChanged_ = hasListChanged_ || listedHash_ != fetchedHash_ || fetchFailures_ > 0;
-  Event& event = Begin(entry, hasListChanged_ ? Event::Kind::Fetched : Event::Kind::FetchedUnchanged);
+  Event& event =
+      Begin(entry, hasListChanged_ ? Event::Kind::Fetched : Event::Kind::FetchedUnchanged);
   event.isNoise = !hasListChanged_;
   event.count = NumberIn(entry.pieces[0]);
   if (fetchFailures_ > 0) {

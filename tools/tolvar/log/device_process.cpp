@@ -76,7 +76,8 @@ void Device::TakeOver(ProcessState& process, const Entry& entry) {
   if (process.state != State::Dropped) {
     Event& event = Begin(entry, Event::Kind::Stopped, entry.pieces[0]);
     event.from = process.version;
-    event.reason = "for " + (process.pending.text.empty() ? "another version" : devicelog::ToText(process.pending));
+    event.reason = "for " + (process.pending.text.empty() ? "another version"
+                                                          : devicelog::ToText(process.pending));
     event.text.clear();  // no line says it
     Emit();
   }
@@ -123,14 +124,16 @@ void Device::OnLaunched(const Entry& entry) {
   const Version byFiles = WorkVersion(process);
   const std::string sources = FileSources();
   if (fileCount_ > 0) {
-    process.components.assign(files_.begin(), files_.begin() + static_cast<std::ptrdiff_t>(fileCount_));
+    process.components.assign(files_.begin(),
+                              files_.begin() + static_cast<std::ptrdiff_t>(fileCount_));
   }
   FlushWork(entry.pieces[0]);
   const Version before = process.version;
   const bool isSwitch = process.hasPending;
   TakeOver(process, entry);
   AdoptVersion(process, byFiles);
-  if (process.isFailing && !isSwitch) ++process.restarts;
+  const bool isRestart = process.isFailing && !isSwitch;
+  if (isRestart) ++process.restarts;
   ++process.launches;
   process.isFailing = false;
   process.isLaunching = process.wasLaunchedSinceReport = true;
@@ -141,7 +144,7 @@ void Device::OnLaunched(const Entry& entry) {
   Event& event = Begin(entry, Event::Kind::Launched, entry.pieces[0]);
   if (isSwitch) event.from = before;
   event.to = process.version;
-  event.count = process.restarts;
+  if (isRestart) event.count = process.restarts;
   event.reason = sources;
   Emit();
 }
@@ -190,7 +193,8 @@ void Device::OnHeartbeatLost(const Entry& entry) {
 void Device::OnRolledBack(const Entry& entry) {
   constexpr std::size_t maxVersion = 64;
   ProcessState& process = Find(entry.pieces[0]);
-  process.pending = {std::string(entry.pieces[1].substr(0, maxVersion)), Version::Known::FromRollback};
+  process.pending = {std::string(entry.pieces[1].substr(0, maxVersion)),
+                     Version::Known::FromRollback};
   process.hasPending = true;
   process.isFetchedAhead = false;
   ++process.rollbacks;
@@ -208,7 +212,8 @@ void Device::OnRollbackProblem(const Entry& entry) {
       problem_ = "the cloud knows no last known good version of it";
       return;
     case MessageId::LastGoodOther:
-      problem_ = "the cloud answered with the process " + std::string(entry.pieces[1].substr(0, 256));
+      problem_ =
+          "the cloud answered with the process " + std::string(entry.pieces[1].substr(0, 256));
       return;
     default:
       problem_ = "the cloud's answer is no list: " + std::string(entry.pieces[0].substr(0, 120));

@@ -46,16 +46,19 @@ void Device::TakeReported(const Entry& entry, const ReportedProcess& reported) {
   process.reportedIn = reports_;
   const std::string_view version = std::string_view(reported.version).substr(0, maxVersion);
   const bool isNews = process.version.text != version;
-  if (isNews) {
-    process.hasMisleadingComponents |= process.version.known == Version::Known::FromComponents;
+  const State state = ToState(reported.state);
+  if (isNews || process.version.known != Version::Known::FromReport || process.state != state) {
+    process.hasMisleadingComponents |=
+        isNews && process.version.known == Version::Known::FromComponents;
     Event& event = Begin(entry, Event::Kind::VersionReported, reported.name);
+    event.isNoise = !isNews;
     event.from = process.version;
     event.to = {std::string(version), Version::Known::FromReport};
+    event.subject = StateWord(state);
     process.version = event.to;
     Emit();
   }
-  process.version.known = Version::Known::FromReport;
-  SetState(process, ToState(reported.state), entry.when);
+  SetState(process, state, entry.when);
   if (process.state != State::Stopped) process.isFailing = process.state == State::Failed;
   const bool isHealthy = process.state == State::Running && !process.wasLaunchedSinceReport &&
                          reported.launchFailures == 0 && reported.heartbeatMissing == 0;

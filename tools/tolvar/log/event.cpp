@@ -30,7 +30,8 @@ constexpr std::array<KindTraits, kindCount> traitsTable = {{
     {Kind::ManifestUnusable, "manifest-unusable", "the answer is no list of processes{: |reason|}",
      "The cloud's answer was no list of processes{: |reason|}.", Tone::Bad},
     {Kind::FellBack, "fell-back", "started with the last known good versions, not with \"latest\"",
-     "The supervisor started with the last known good versions, since \"latest\" could not be used.", Tone::Bad},
+     "The supervisor started with the last known good versions, since \"latest\" could not be "
+     "used.", Tone::Bad},
     {Kind::NewVersion, "new-version", "new version seen{, |switch|}",
      "The list had another version{: |switch|}.", Tone::Notable},
     {Kind::FetchedAhead, "fetched-ahead", "fetched ahead{ |to|}",
@@ -52,9 +53,12 @@ constexpr std::array<KindTraits, kindCount> traitsTable = {{
     {Kind::Launched, "launched", "launched{ |to|}{ (|reason|)}",
      "It was launched{ as |to|}{ (|reason|)}.", Tone::Good},
     {Kind::LaunchFailed, "launch-failed", "launch failed{, backs off |seconds| s}{: |reason|}",
-     "The launch{ of |to|} failed{: |reason|}{. The next attempt was to come after |seconds| s}.", Tone::Bad},
-    {Kind::HeartbeatLost, "heartbeat-lost", "heartbeat lost{ by |from|}{, |count| since the last report}",
-     "The heartbeat{ of |from|} was lost{, |count| since the last report}: it hung, died, or never started.", Tone::Bad},
+     "The launch{ of |to|} failed{: |reason|}{. The next attempt was to come after |seconds| s}.",
+     Tone::Bad},
+    {Kind::HeartbeatLost, "heartbeat-lost",
+     "heartbeat lost{ by |from|}{, |count| since the last report}",
+     "The heartbeat{ of |from|} was lost{, |count| since the last report}: it hung, died, or "
+     "never started.", Tone::Bad},
     {Kind::RolledBack, "rolled-back", "rolled back{, |switch|}",
      "Its retries were used up, and it was rolled back{: |switch|}.", Tone::Bad},
     {Kind::RollbackFailed, "rollback-failed", "no rollback{: |reason|}",
@@ -78,7 +82,8 @@ std::string Processes(std::uint32_t count) {
 
 std::string JumpText(std::int64_t seconds) {
   const bool isBack = seconds < 0;
-  return (isBack ? "back by " : "ahead by ") + LengthText((isBack ? -seconds : seconds) * secondMicros);
+  return (isBack ? "back by " : "ahead by ") +
+         LengthText((isBack ? -seconds : seconds) * secondMicros);
 }
 
 std::string Known(const Version& version) { return version.text.empty() ? "" : ToText(version); }
@@ -93,11 +98,13 @@ constexpr std::array<Field, 10> fields = {{
     {"reason", [](const Event& e) { return e.reason; }},
     {"subject", [](const Event& e) { return e.subject; }},
     {"from", [](const Event& e) { return Known(e.from); }},
-    {"to", [](const Event& e) {
+    {"to",
+     [](const Event& e) {
        // A file's version is said outright, whatever is known of its process.
        return e.kind == Kind::Downloaded ? e.to.text : Known(e.to);
      }},
-    {"switch", [](const Event& e) {
+    {"switch",
+     [](const Event& e) {
        const bool isKnown = !e.from.text.empty() || !e.to.text.empty();
        return isKnown ? ToText(e.from) + " -> " + ToText(e.to) : std::string();
      }},

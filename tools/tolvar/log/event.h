@@ -1,5 +1,5 @@
-// What happened on the device, as the log's lines tell it. Made by Device (device.h) alone; the time
-// line, the alarms, the reasons, the JSON lines and the page are all made of these.
+// What happened on the device, as the log's lines tell it. Made by Device (device.h) alone; the
+// time line, the alarms, the reasons, the JSON lines and the page are all made of these.
 #pragma once
 
 #include <cstdint>
@@ -59,12 +59,12 @@ struct Event {
   bool isNoise = false;
   bool isHopeless = false;  // ComponentBad: trying again cannot help
   Moment when;
-  std::string process;       // empty: of the supervisor, or the log does not say
-  Version from, to;          // of the process; `to` also of a component that was downloaded
-  std::uint32_t count = 0;   // Fetched: processes; HeartbeatLost: since the last report; failures in a row
+  std::string process;  // empty: of the supervisor, or the log does not say
+  Version from, to;     // of the process; `to` also of a component that was downloaded
+  std::uint32_t count = 0;
   std::int64_t seconds = 0;  // LaunchFailed: until the next attempt; ClockJumped: by how much
   int curlCode = 0;          // TransferFailed
-  std::string subject;       // a file, a path, a URL, a label, according to the kind
+  std::string subject;       // a file, a path, a URL; VersionReported: the state
   std::string reason;        // in words, what the lines before it say of why
   std::string text;          // the line itself, without its stamp
 };

@@ -16,8 +16,8 @@ completes.
 )";
 
 std::string Section(const Message& message) {
-  std::string text = "\n## `" + std::string(message.pattern) + "`\n\n*" + TraitsOf(message.event).name +
-                     "* — " + message.meaning + "\n";
+  std::string text = "\n## `" + std::string(message.pattern) + "`\n\n*" +
+                     TraitsOf(message.event).name + "* — " + message.meaning + "\n";
   if (*message.advice != '\0') text += "\n**Do:** " + std::string(message.advice) + "\n";
   return text;
 }

@@ -18,8 +18,7 @@ LineReader::Line Finished(const char* text, std::size_t length, bool isCut) {
 
 }  // namespace
 
-LineReader::LineReader(int descriptor)
-    : descriptor_(descriptor), buffer_(std::make_unique<char[]>(capacity)) {}
+LineReader::LineReader(int descriptor) : descriptor_(descriptor), buffer_(new char[capacity]) {}
 
 bool LineReader::Next(Line& line) {
   for (;;) {

@@ -1,4 +1,5 @@
-// From lines to the device: takes stamps off, recognises the product's lines, passes the others over.
+// From lines to the device: takes stamps off, recognises the product's lines, passes the others
+// over.
 #pragma once
 
 #include <cstdint>

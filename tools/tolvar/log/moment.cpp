@@ -70,7 +70,8 @@ std::string Zone(const Moment& moment) {
   if (moment.kind != Moment::Kind::Date) return "";
   const int minutes = moment.zoneMinutes < 0 ? -moment.zoneMinutes : moment.zoneMinutes;
   if (minutes == 0) return "";
-  return (moment.zoneMinutes < 0 ? "-" : "+") + Digits(minutes / 60, 2) + ":" + Digits(minutes % 60, 2);
+  return (moment.zoneMinutes < 0 ? "-" : "+") + Digits(minutes / 60, 2) + ":" +
+         Digits(minutes % 60, 2);
 }
 
 std::int64_t LocalMicros(const Moment& moment) {

@@ -21,15 +21,15 @@ struct ProcessState {
   enum class State : std::uint8_t { Unknown, Stopped, Running, Failed, Dropped };
 
   State state = State::Unknown;
-  Moment since;           // of the state
-  Version version;        // that runs, or last ran or was tried
+  Moment since;             // of the state
+  Version version;          // that runs, or last ran or was tried
   bool hasPending = false;  // another version waits to replace it
   Version pending;
   bool isFetchedAhead = false;  // the pending version's files are there
   bool isWaiting = false;       // for the process to be no longer busy
 
-  std::uint32_t launches = 0;   // attempts since a report last found it healthy
-  std::uint32_t restarts = 0;   // launches after a failure, of the same version
+  std::uint32_t launches = 0;  // attempts since a report last found it healthy
+  std::uint32_t restarts = 0;  // launches after a failure, of the same version
   std::uint32_t rollbacks = 0;
   std::uint32_t failuresInRow = 0;  // of launches
   std::int64_t backoffSec = 0;      // as the supervisor counts it; 0: not known

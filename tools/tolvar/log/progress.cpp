@@ -9,15 +9,17 @@
 namespace devicelog {
 namespace {
 
-constexpr std::uint64_t stepBytes = 16 * 1024 * 1024;  // shorter reads are over before they are seen
+constexpr std::uint64_t stepBytes =
+    16 * 1024 * 1024;  // shorter reads are over before they are seen
 constexpr std::size_t barWidth = 40;
 
 }  // namespace
 
 Progress::Progress(std::uint64_t total)
     : total_(total),
-      next_(total > stepBytes && isatty(STDERR_FILENO) == 1 ? stepBytes
-                                                            : std::numeric_limits<std::uint64_t>::max()) {}
+      next_(total > stepBytes && isatty(STDERR_FILENO) == 1
+                ? stepBytes
+                : std::numeric_limits<std::uint64_t>::max()) {}
 
 Progress::~Progress() {
   if (isDrawn_) std::fputs("\r\033[K", stderr);

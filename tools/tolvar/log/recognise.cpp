@@ -72,9 +72,8 @@ Index MakeIndex() {
     At(index, message.pattern[0]).push_back(TakeApart(message));
   }
   for (std::vector<Shape>& shapes : index) {
-    std::stable_sort(shapes.begin(), shapes.end(), [](const Shape& a, const Shape& b) {
-      return a.head.size() > b.head.size();
-    });
+    std::stable_sort(shapes.begin(), shapes.end(),
+                     [](const Shape& a, const Shape& b) { return a.head.size() > b.head.size(); });
   }
   return index;
 }

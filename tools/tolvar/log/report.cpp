@@ -60,7 +60,8 @@ bool ReportReader::Take(char c) {
 bool ReportReader::TakeText(std::string_view& raw, bool& hasEscapes) {
   if (!Take('"')) return false;
   std::size_t end = rest_.find('"');
-  hasEscapes = end != std::string_view::npos && rest_.substr(0, end).find('\\') != std::string_view::npos;
+  hasEscapes =
+      end != std::string_view::npos && rest_.substr(0, end).find('\\') != std::string_view::npos;
   if (hasEscapes) end = EndOfEscaped(rest_);
   if (end == std::string_view::npos) return false;
   raw = rest_.substr(0, end);

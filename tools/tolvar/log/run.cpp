@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "tools/tolvar/log/json_line.h"
+#include "tools/tolvar/log/page.h"
 #include "tools/tolvar/log/progress.h"
 #include "tools/tolvar/log/source.h"
 #include "tools/tolvar/log/view.h"
@@ -45,11 +46,13 @@ class Runner {
   void ShowTable();
   [[nodiscard]] bool IsStream() const { return request_.events || request_.json; }
   [[nodiscard]] int Conclude();
+  [[nodiscard]] int WritePage();
 
   const Request& request_;
   Source source_;
   Paint paint_;
   Why why_;
+  Page page_;
   bool isLive_;  // the table is drawn anew again and again
   View view_;
 };
@@ -65,6 +68,9 @@ Runner::Runner(const Request& request, View::Options options)
 View::Sink Runner::Sink() {
   if (!request_.why.empty()) {
     return [this](const Event& event) { why_.Take(event); };
+  }
+  if (!request_.page.empty()) {
+    return [this](const Event& event) { page_.Take(event); };
   }
   if (request_.json) {
     return [](const Event& event) {
@@ -126,16 +132,28 @@ int Runner::Conclude() {
     return Fail("cannot read " + request_.file + ": " + std::strerror(source_.Lines().Error()));
   }
   if (!view_.Problem().empty()) return Fail(view_.Problem());
+  if (!request_.page.empty()) return WritePage();
   if (request_.json) {
     for (const Alarm& alarm : view_.Alarms()) Write(JsonLine(alarm));
   } else if (!request_.why.empty()) {
     const auto process = view_.Processes().find(request_.why);
-    if (process == view_.Processes().end()) return Fail("no process " + request_.why + " in the log");
+    if (process == view_.Processes().end())
+      return Fail("no process " + request_.why + " in the log");
     Write(why_.Text(process->second, view_.Alarms()));
   } else if (!IsStream() && !request_.follow) {
     ShowTable();
   }
   return std::fflush(stdout) == 0 ? 0 : Fail(std::string("cannot write: ") + std::strerror(errno));
+}
+
+int Runner::WritePage() {
+  const std::string text = page_.Text(view_, request_.processes);
+  std::FILE* file = std::fopen(request_.page.c_str(), "we");
+  const bool isWritten =
+      file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+  const bool isClosed = file != nullptr && std::fclose(file) == 0;
+  if (isWritten && isClosed) return 0;
+  return Fail("cannot write " + request_.page + ": " + std::strerror(errno));
 }
 
 int Runner::Run() {
@@ -149,6 +167,9 @@ int Runner::Run() {
 }  // namespace
 
 int Run(const Request& request) {
+  if (request.file == "-" && isatty(STDIN_FILENO) == 1) {
+    return Fail("give it a FILE, or a log on standard input");
+  }
   View::Options options;
   options.nowMicros = LocalNowMicros();
   options.processes = request.processes;

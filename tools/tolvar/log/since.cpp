@@ -33,7 +33,9 @@ std::optional<std::int64_t> LengthSec(std::string_view text) {
   return std::nullopt;
 }
 
-bool IsDate(Moment::Kind kind) { return kind == Moment::Kind::Date || kind == Moment::Kind::NoYear; }
+bool IsDate(Moment::Kind kind) {
+  return kind == Moment::Kind::Date || kind == Moment::Kind::NoYear;
+}
 
 std::int64_t WrittenMicros(const Moment& moment) {
   return moment.micros + moment.zoneMinutes * 60 * secondMicros;
@@ -55,7 +57,9 @@ std::optional<Since> Since::Parse(const std::string& text, std::int64_t nowMicro
   return std::nullopt;
 }
 
-bool Since::IsAfter(const Moment& moment) const { return WrittenMicros(moment) < WrittenMicros(from_); }
+bool Since::IsAfter(const Moment& moment) const {
+  return WrittenMicros(moment) < WrittenMicros(from_);
+}
 
 bool Since::Suits(const Moment& moment) const {
   return moment.kind == from_.kind || (IsDate(moment.kind) && IsDate(from_.kind));

@@ -36,7 +36,9 @@ bool Source::Open(std::string& error) {
 
 bool Source::IsFile() const { return S_ISREG(StatusOf(descriptor_).st_mode); }
 
-std::uint64_t Source::Size() const { return static_cast<std::uint64_t>(StatusOf(descriptor_).st_size); }
+std::uint64_t Source::Size() const {
+  return static_cast<std::uint64_t>(StatusOf(descriptor_).st_size);
+}
 
 bool Source::GoOn() {
   const struct stat held = StatusOf(descriptor_);

@@ -21,7 +21,7 @@ class Source {
   [[nodiscard]] bool Open(std::string& error);
 
   [[nodiscard]] LineReader& Lines() { return lines_; }
-  [[nodiscard]] bool IsFile() const;     // whose size is known
+  [[nodiscard]] bool IsFile() const;  // whose size is known
   [[nodiscard]] std::uint64_t Size() const;
 
   // Whether reading can go on elsewhere after all was read: from the beginning of a file that was

@@ -190,7 +190,9 @@ int YearOf(std::int64_t micros) {
 void GuessYear(Stamp& stamp, std::int64_t nowMicros) {
   const std::int64_t clock = stamp.moment.micros;
   int year = YearOf(nowMicros + dayMicros);
-  const auto at = [&](int y) { return DaysFromCivil(y, stamp.month, stamp.day) * dayMicros + clock; };
+  const auto at = [&](int y) {
+    return DaysFromCivil(y, stamp.month, stamp.day) * dayMicros + clock;
+  };
   while (at(year) > nowMicros + dayMicros) --year;
   stamp.moment.micros = at(year);
 }

@@ -20,8 +20,8 @@ class StampReader {
   // as it is, its moment not known. The moment's line number is not set.
   std::string_view TakeOff(std::string_view line, Moment& moment);
 
-  // What is left of it behind "host tag[pid]: " or the like, as syslog and the journal put it; empty
-  // when it is not there.
+  // What is left of it behind "host tag[pid]: " or the like, as syslog and the journal put it;
+  // empty when it is not there.
   [[nodiscard]] static std::string_view BehindTag(std::string_view text);
 
  private:

@@ -2,25 +2,21 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 namespace devicelog {
 namespace {
 
 using State = ProcessState::State;
 
-constexpr std::size_t columnCount = 8;
-using Cells = std::array<std::string, columnCount>;
+using Cells = TableCells;
+constexpr std::size_t columnCount = std::tuple_size_v<Cells>;
 constexpr std::size_t lastColumn = columnCount - 1;
 
 constexpr char guessNote[] =
-    "?  as the versions of its files have it: the log says a process's version only in reports and\n"
+    "?  as the versions of its files have it: the log says a process's version only in reports "
+    "and\n"
     "   rollbacks; alone: not known\n";
-
-const Cells& Heads() {
-  static const Cells heads = {"PROCESS",  "STATE",    "VERSION", "PENDING",
-                              "LAUNCHES", "RESTARTS", "SINCE",   "LAST FAILURE"};
-  return heads;
-}
 
 std::string StateText(const ProcessState& process) {
   if (process.isFresh) return "not started anew";
@@ -53,17 +49,6 @@ std::string FailureText(const ProcessState& process) {
   return ToText(process.lastFailureAt) + " " + process.lastFailure;
 }
 
-Cells CellsOf(const std::string& name, const ProcessState& process, const Moment& now) {
-  return {Printable(name),
-          StateText(process),
-          Printable(ToText(process.version)),
-          Printable(PendingText(process)),
-          std::to_string(process.launches),
-          std::to_string(process.restarts),
-          SinceText(process.since, now),
-          Printable(FailureText(process))};
-}
-
 using Widths = std::array<std::size_t, columnCount>;
 
 void Widen(Widths& widths, const Cells& cells) {
@@ -75,7 +60,8 @@ std::string Padded(const std::string& text, std::size_t width) {
 }
 
 // The last column gets what the others leave.
-std::string Line(const Cells& cells, const Widths& widths, std::size_t width, const Paint& paint, Tone tone) {
+std::string Line(const Cells& cells, const Widths& widths, std::size_t width, const Paint& paint,
+                 Tone tone) {
   std::string line;
   std::size_t used = 0;
   for (std::size_t i = 0; i < lastColumn; ++i) {
@@ -93,11 +79,28 @@ std::string Grouped(std::uint64_t number) {
   return text;
 }
 
+}  // namespace
+
+const TableCells& TableHeads() {
+  static const TableCells heads = {"PROCESS",  "STATE",    "VERSION", "PENDING",
+                                   "LAUNCHES", "RESTARTS", "SINCE",   "LAST FAILURE"};
+  return heads;
+}
+
+TableCells TableRow(const std::string& name, const ProcessState& process, const Moment& now) {
+  return {Printable(name),
+          StateText(process),
+          Printable(ToText(process.version)),
+          Printable(PendingText(process)),
+          std::to_string(process.launches),
+          std::to_string(process.restarts),
+          SinceText(process.since, now),
+          Printable(FailureText(process))};
+}
+
 bool IsGuess(const ProcessState& process) {
   return !process.version.IsSure() || (process.hasPending && !process.pending.IsSure());
 }
-
-}  // namespace
 
 bool IsWanted(const NameFilter& names, const std::string& process) {
   return names.empty() || std::find(names.begin(), names.end(), process) != names.end();
@@ -118,10 +121,12 @@ std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint) {
   for (const Alarm& alarm : alarms) {
     const std::string subject = alarm.subject.empty() ? "" : alarm.subject + ": ";
     const std::string head = alarm.isOver ? "over   " : "ALARM  ";
-    text += paint.In(alarm.isOver ? Tone::Plain : Tone::Bad, head) +
-            paint.Bold(Printable(subject)) + Printable(alarm.words) + "\n       " +
-            paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
-                        std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") + "\n";
+    text +=
+        paint.In(alarm.isOver ? Tone::Plain : Tone::Bad, head) + paint.Bold(Printable(subject)) +
+        Printable(alarm.words) + "\n       " +
+        paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
+                    std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") +
+        "\n";
     if (!alarm.isOver) text += "       do: " + alarm.advice + "\n";
   }
   return text;
@@ -130,17 +135,17 @@ std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint) {
 std::string TableText(const ProcessStates& processes, const NameFilter& names, const Moment& now,
                       const Paint& paint, std::size_t width) {
   Widths widths = {};
-  Widen(widths, Heads());
+  Widen(widths, TableHeads());
   std::vector<std::pair<Cells, Tone>> rows;
   bool hasGuess = false;
   for (const auto& [name, process] : processes) {
     if (!IsWanted(names, name)) continue;
-    rows.emplace_back(CellsOf(name, process, now), StateTone(process));
+    rows.emplace_back(TableRow(name, process, now), StateTone(process));
     Widen(widths, rows.back().first);
     hasGuess = hasGuess || IsGuess(process);
   }
   if (rows.empty()) return "No process is named in the log.\n";
-  std::string text = paint.Bold(Line(Heads(), widths, width, Paint(false), Tone::Plain));
+  std::string text = paint.Bold(Line(TableHeads(), widths, width, Paint(false), Tone::Plain));
   for (const auto& [cells, tone] : rows) text += Line(cells, widths, width, paint, tone);
   return text + (hasGuess ? guessNote : "");
 }

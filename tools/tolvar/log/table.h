@@ -1,6 +1,7 @@
 // The table of processes and the alarms, as text.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,6 +22,16 @@ using NameFilter = std::vector<std::string>;
 
 // A line or two for each alarm; empty without one.
 [[nodiscard]] std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint);
+
+// The table's columns: the name, the state, the version, the one that waits, launches since it was
+// found healthy, restarts, since when, the last failure.
+using TableCells = std::array<std::string, 8>;
+[[nodiscard]] const TableCells& TableHeads();
+[[nodiscard]] TableCells TableRow(const std::string& name, const ProcessState& process,
+                                  const Moment& now);
+
+// Whether a version in the process's row is not known for sure.
+[[nodiscard]] bool IsGuess(const ProcessState& process);
 
 // `width`: columns that may be used; 0: any number.
 [[nodiscard]] std::string TableText(const ProcessStates& processes, const NameFilter& names,

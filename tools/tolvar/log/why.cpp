@@ -17,7 +17,7 @@ bool IsOfAll(Kind kind) {
 }
 
 bool IsTurn(const Event& event) {
-  const bool isRestart = event.kind == Kind::Launched && event.count > 0 && event.from.text.empty();
+  const bool isRestart = event.kind == Kind::Launched && event.count > 0;
   return isRestart || event.kind == Kind::LaunchFailed || event.kind == Kind::RolledBack ||
          event.kind == Kind::RollbackFailed || event.kind == Kind::RollbackToSame;
 }
@@ -29,17 +29,23 @@ std::string Evidence(const Event& event) {
          Shortened(Printable(event.text), shown) + "\n";
 }
 
-std::string Times(std::uint32_t count, const char* what) {
-  return std::to_string(count) + (count == 1 ? " time " : " times ") + what;
+std::string Times(std::uint32_t count) {
+  return count == 1 ? "once" : std::to_string(count) + " times";
 }
 
 std::string Failures(std::uint32_t heartbeatsLost, std::uint32_t launchesFailed) {
   std::string text;
-  if (heartbeatsLost > 0) text = "its heartbeat was lost " + Times(heartbeatsLost, "");
+  if (heartbeatsLost > 0) text = "its heartbeat was lost " + Times(heartbeatsLost);
   if (launchesFailed > 0) {
-    text += std::string(text.empty() ? "" : "and ") + "its launch failed " + Times(launchesFailed, "");
+    text += std::string(text.empty() ? "" : " and ") + "its launch failed " + Times(launchesFailed);
   }
-  return text.empty() ? "it failed before this log or unseen in it " : text;
+  return text.empty() ? "it failed before this log, or unseen in it" : text;
+}
+
+// What begins a chain: another version, another supervisor, or health.
+bool IsBeginning(const Event& event) {
+  return event.kind == Kind::FoundHealthy || event.kind == Kind::SupervisorStarted ||
+         (event.kind == Kind::NewVersion && !event.isNoise);
 }
 
 }  // namespace
@@ -60,7 +66,7 @@ void Why::Add(Chain& chain, const Event& event) {
 void Why::Take(const Event& event) {
   const bool isOwn = event.process == process_;
   if (!isOwn && !IsOfAll(event.kind)) return;
-  if (event.kind == Kind::FoundHealthy) {
+  if (IsBeginning(event)) {
     if (chain_.turn.kind != Kind::Detail) previous_ = std::move(chain_);
     chain_ = Chain();
   }
@@ -68,21 +74,22 @@ void Why::Take(const Event& event) {
   Add(chain_, event);
 }
 
-std::string Why::Conclusion(const Chain& chain) const {
+std::string Why::Conclusion(const Chain& chain) {
   const Event& turn = chain.turn;
   const std::string failures = Failures(chain.heartbeatsLost, chain.launchesFailed);
-  const std::string version = turn.from.text.empty() ? "" : " in version " + Printable(ToText(turn.from));
+  const std::string version = turn.from.text.empty() ? "" : " in version " + ToText(turn.from);
   switch (turn.kind) {
     case Kind::RolledBack:
-      return "rolled back to " + Printable(turn.to.text) + ": " + failures + version +
+      return "rolled back to " + turn.to.text + ", since " + failures + version +
              " and its retries were used up.";
     case Kind::RollbackFailed:
     case Kind::RollbackToSame:
-      return "not rolled back, though " + failures + "and its retries were used up: " + Printable(turn.reason) + ".";
+      return "not rolled back, though " + failures + version +
+             " and its retries were used up: " + turn.reason + ".";
     case Kind::LaunchFailed:
-      return "not started: " + Printable(turn.reason) + ".";
+      return "not started: " + turn.reason + ".";
     default:
-      return "started again, since " + failures + "since a report last found it healthy.";
+      return "started again, since " + failures + ".";
   }
 }
 
@@ -92,16 +99,17 @@ std::string Why::Text(const ProcessState& process, const std::vector<Alarm>& ala
   if (chain.turn.kind == Kind::Detail) {
     return Printable(process_) + ": no restart and no rollback in this log.\n";
   }
-  std::string text = Printable(process_) + ", " + ToText(chain.turn.when) + ": " + Conclusion(chain) + "\n\n";
+  std::string text = Printable(process_) + ", " + ToText(chain.turn.when) + ": " +
+                     Printable(Conclusion(chain)) + "\n\n";
   std::size_t shown = 0;
   for (const Event& event : chain.events) {
     if (shown++ == keptFirst && chain.leftOut > 0) {
-      text += "... " + std::to_string(chain.leftOut) + " more of the kind ...\n";
+      text += "... " + std::to_string(chain.leftOut) + " more left out ...\n";
     }
     text += ToText(event.when) + "  " + Printable(AsTale(event)) + "\n" + Evidence(event);
   }
-  if (isPast) text += "\nSince then a report has found it healthy.\n";
-  text += "\nNow: " + std::string(StateWord(process.state)) + ", version " + Printable(ToText(process.version)) + ".\n";
+  text += "\nNow: " + std::string(StateWord(process.state)) + ", version " +
+          Printable(ToText(process.version)) + ".\n";
   for (const Alarm& alarm : alarms) {
     if (alarm.subject == process_ && !alarm.isOver) text += "Do: " + alarm.advice + "\n";
   }

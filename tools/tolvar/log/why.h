@@ -19,10 +19,11 @@ class Why {
   void Take(const Event& event);
 
   // In sentences, each with its line as evidence. `process`: its state now.
-  [[nodiscard]] std::string Text(const ProcessState& process, const std::vector<Alarm>& alarms) const;
+  [[nodiscard]] std::string Text(const ProcessState& process,
+                                 const std::vector<Alarm>& alarms) const;
 
  private:
-  // What happened since a report last found the process healthy.
+  // What happened since another version or supervisor came, or a report found the process healthy.
   struct Chain {
     std::deque<Event> events;
     std::uint64_t leftOut = 0;  // behind the first few
@@ -32,7 +33,7 @@ class Why {
   };
 
   static void Add(Chain& chain, const Event& event);
-  [[nodiscard]] std::string Conclusion(const Chain& chain) const;
+  [[nodiscard]] static std::string Conclusion(const Chain& chain);
 
   std::string process_;
   Chain chain_;     // at hand
