@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t hostBytes = 9000000;
 
 struct Need {
-  std::string words = "";
+  std::string words;
   std::uint64_t bytes = 0;
 };
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "tools/tolvar/doctor/captured_log.h"
 #include "tools/tolvar/doctor/product.h"
@@ -33,10 +33,10 @@ ComponentFile FileOf(const Component& component) {
 
 std::optional<std::vector<ComponentFile>> ReadManifest(const std::string& path) {
   const CapturedLog log;
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   std::vector<Process> processes;
-  if (Processes::ParseResponse(text.c_str(), processes) != 0) return std::nullopt;
+  if (Processes::ParseResponse(text.str().c_str(), processes) != 0) return std::nullopt;
   std::vector<ComponentFile> files;
   for (const Process& process : processes) {
     for (const Component& component : process.components) files.push_back(FileOf(component));
