@@ -4,6 +4,7 @@
 #include <exception>
 #include <iostream>
 
+#include "tools/tolvar/doctor/doctor.h"
 #include "tools/tolvar/log/command.h"
 
 namespace {
@@ -13,6 +14,7 @@ int Main(int count, char** words) {
   app.require_subcommand(1);
   int status = 0;
   AddLog(app, status);
+  AddDoctor(app, status);
   try {
     app.parse(count, words);
   } catch (const CLI::ParseError& error) {
