@@ -1,5 +1,6 @@
 // The supervisor's life on its thread: what comes in which order, when, and what holds it up.
 #include <ctime>
+#include <mutex>
 #include <stdexcept>
 
 #include "supervisor/processes.h"
@@ -107,7 +108,7 @@ TEST_F(LoopTest, AFetchIntervalBeginsAtTheEndOfAFetchWhateverCameOfIt) {
   onSleep = [&](int pass) {
     begins.push_back(supervisor.lastBootstrapTime - start);
     Processes::bootstrapIntervalSec_ = 100;
-    fakeClock.nowMicros = (start + pass * 1000) * 1'000'000;
+    fakeClock.nowMicros = (start + std::int64_t{1000} * pass) * 1'000'000;
     if (pass == 2) cloud.Disconnect();
   };
   Run(3);
@@ -126,6 +127,7 @@ TEST_F(LoopTest, APassFetchesThenHearsThenStepsThenReports) {
     traceCalls = true;
     cloud.Answer(ForManifest("latest"), Manifest({{"a", "2"}, {"b", "1"}, {"c", "1"}}));
     fakeClock.Advance(4000);
+    const std::lock_guard<std::mutex> lock(supervisor.heartbeatMutex);
     for (const char* name : {"a", "b"}) {
       Heartbeat beat = {fakeClock.nowMicros / 1000, 2, {}};
       beat.name[0] = name[0];
