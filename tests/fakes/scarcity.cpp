@@ -16,10 +16,15 @@ void* Allocate(std::size_t size) {
 
 void* operator new(std::size_t size) {
   void* memory = Allocate(size);
-  return memory == nullptr ? throw std::bad_alloc() : memory;
+  if (memory == nullptr) throw std::bad_alloc();
+  ++scarcity.inUse;
+  return memory;
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  if (memory != nullptr) --scarcity.inUse;
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attr,
                               void* (*routine)(void*), void* arg) {

@@ -163,13 +163,15 @@ TEST_F(LoopTest, AStopDuringTheBootstrapSkipsThePassesAlone) {
   EXPECT_EQ(Processes::bootstrapIntervalSec_, 199U) << "rescaled";
 }
 
-TEST_F(LoopTest, AThreadThatIsRefusedIsWaitedFor) {
+TEST_F(LoopTest, AThreadThatIsRefusedIsAskedForEachSecond) {
+  traceCalls = true;
   scarcity.threadsToRefuse = 2;
   onSleep = [](int sleep) {
     EXPECT_EQ(fakeRandom.seeds.size(), sleep <= 2 ? 0U : 1U) << "no further without it";
   };
   Run(3);
   EXPECT_EQ(scarcity.threadsAskedFor, 3);
+  EXPECT_THAT(log.Lines(), Contains("sleep 1").Times(3));
   EXPECT_EQ(fakeMetrics.reports.size(), 1U) << "of the one pass, before the third sleep";
 }
 
