@@ -18,7 +18,10 @@ struct CallsTest : LifeTest {
   }
 };
 
-TEST_F(CallsTest, WithoutALaunchNothingHappens) {
+TEST_F(CallsTest, WithoutALaunchNothingHappensAndNothingIsLeft) {
+  const long before = scarcity.inUse;
+  destroy_tolvar(Create());
+  EXPECT_EQ(scarcity.inUse, before);
   destroy_tolvar(supervisor);
   launch_tolvar(supervisor);
   destroy_tolvar(supervisor);

@@ -42,7 +42,7 @@ void SleepMillis(unsigned milliseconds) {
   const Spared spared;
   Trace("sleep " + std::to_string(milliseconds) + " ms");
   std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  fakeClock.nowMicros += milliseconds * 1000;
+  fakeClock.nowMicros += std::int64_t{milliseconds} * 1000;
   if (fakeClock.onSleep) fakeClock.onSleep();
 }
 

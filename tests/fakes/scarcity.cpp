@@ -16,16 +16,21 @@ void* Allocate(std::size_t size) {
 
 void* operator new(std::size_t size) {
   void* memory = Allocate(size);
-  return memory == nullptr ? throw std::bad_alloc() : memory;
+  if (memory == nullptr) throw std::bad_alloc();
+  ++scarcity.inUse;
+  return memory;
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  if (memory != nullptr) --scarcity.inUse;
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
 
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
-                              void* (*run)(void*), void* argument) {
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attr,
+                              void* (*routine)(void*), void* arg) {
   ++scarcity.threadsAskedFor;
   if (--scarcity.threadsToRefuse >= 0) return EAGAIN;
   static const auto real =
       reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-  return real(thread, attributes, run, argument);
+  return real(thread, attr, routine, arg);
 }

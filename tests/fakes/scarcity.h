@@ -6,6 +6,7 @@
 
 struct Scarcity {
   std::atomic<long> toComeFirst{0}, toFail{0};  // allocations
+  std::atomic<long> inUse{0};                   // blocks that `new` gave
   std::atomic<int> threadsToRefuse{0}, threadsAskedFor{0};
 };
 extern Scarcity scarcity;

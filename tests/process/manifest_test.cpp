@@ -64,41 +64,42 @@ TEST_F(ManifestTest, ANumberOfAnotherTypeOrKeyCountsAsAbsent) {
   }
 }
 
-// The second of two processes is spoilt, or what is around both.
+// What makes a manifest of two processes one that is none.
+const struct {
+  const char* right;            // in its last place
+  const char* wrong;            // in place of it
+  std::size_t processesBefore;  // that were read before it
+} spoilings[] = {
+    {"{'data'", "<html>{'data'", 0},
+    {"{'data'", "[],{'data'", 0},
+    {"'data':{", "'data':null,'d':{", 0},
+    {"'data':{", "'data':[],'d':{", 0},
+    {"'data'", "'Data'", 0},
+    {"'processes':[", "'processes':{},'p':[", 0},
+    {"'processes'", "'Processes'", 0},
+    {"{'processname'", "7,{'processname'", 1},
+    {"{'processname'", "[],{'processname'", 1},
+    {"'processname'", "'Processname'", 1},
+    {"'processname':'p'", "'processname':7", 1},
+    {"'version':'1'", "'version':1", 1},
+    {"'version':'1'", "'Version':'1'", 1},
+    {"'entrypoint'", "'Entrypoint'", 1},
+    {"'entrypoint':'e'", "'entrypoint':{}", 1},
+    {"'components':[", "'components':{},'c':[", 1},
+    {"'components'", "'Components'", 1},
+    {"{'filename'", "7,{'filename'", 1},
+    {"'filename'", "'Filename'", 1},
+    {"'localpath':'/p'", "'localpath':null", 1},
+    {"'localpath'", "'Localpath'", 1},
+    {"'version':'2'", "'version':2", 1},
+    {"'version':'2'", "'Version':'2'", 1},
+    {"'checksum'", "'Checksum'", 1},
+    {"]}}", "]}", 0},
+};
+
 TEST_F(ManifestTest, OneWrongPlaceSpoilsIt) {
-  const struct {
-    const char* right;
-    const char* wrong;
-    std::size_t processesBefore;  // that were read
-  } rows[] = {
-      {"{'data'", "<html>{'data'", 0},
-      {"{'data'", "[],{'data'", 0},
-      {"'data':{", "'data':null,'d':{", 0},
-      {"'data':{", "'data':[],'d':{", 0},
-      {"'data'", "'Data'", 0},
-      {"'processes':[", "'processes':{},'p':[", 0},
-      {"'processes'", "'Processes'", 0},
-      {"{'processname'", "7,{'processname'", 1},
-      {"{'processname'", "[],{'processname'", 1},
-      {"'processname'", "'Processname'", 1},
-      {"'processname':'p'", "'processname':7", 1},
-      {"'version':'1'", "'version':1", 1},
-      {"'version':'1'", "'Version':'1'", 1},
-      {"'entrypoint'", "'Entrypoint'", 1},
-      {"'entrypoint':'e'", "'entrypoint':{}", 1},
-      {"'components':[", "'components':{},'c':[", 1},
-      {"'components'", "'Components'", 1},
-      {"{'filename'", "7,{'filename'", 1},
-      {"'filename'", "'Filename'", 1},
-      {"'localpath':'/p'", "'localpath':null", 1},
-      {"'localpath'", "'Localpath'", 1},
-      {"'version':'2'", "'version':2", 1},
-      {"'version':'2'", "'Version':'2'", 1},
-      {"'checksum'", "'Checksum'", 1},
-      {"]}}", "]}", 0},
-  };
   const Listed process = {"p", "1", "e", {{"f", "/p", "2", ""}}};
-  for (const auto& row : rows) {
+  for (const auto& row : spoilings) {
     std::string text = Manifest({process, process});
     const std::string right = Json(row.right);
     ASSERT_NE(text.rfind(right), std::string::npos) << right;

@@ -22,9 +22,9 @@ struct GrowthTest : DeviceTest {
   static std::string NameOf(int index) { return "process-" + std::to_string(index); }
 
   void Publish(const std::string& evenVersion) {
-    std::vector<Listed> listed;
+    std::vector<Listed> listed(processCount);
     for (int i = 0; i < processCount; ++i) {
-      listed.push_back({NameOf(i), i % 2 == 0 ? evenVersion : "1"});
+      listed[static_cast<std::size_t>(i)] = {NameOf(i), i % 2 == 0 ? evenVersion : "1"};
     }
     cloud.Answer(ForManifest("latest"), Manifest(listed));
   }

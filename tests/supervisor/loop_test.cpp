@@ -1,5 +1,6 @@
 // The supervisor's life on its thread: what comes in which order, when, and what holds it up.
 #include <ctime>
+#include <mutex>
 #include <stdexcept>
 
 #include "supervisor/processes.h"
@@ -107,7 +108,7 @@ TEST_F(LoopTest, AFetchIntervalBeginsAtTheEndOfAFetchWhateverCameOfIt) {
   onSleep = [&](int pass) {
     begins.push_back(supervisor.lastBootstrapTime - start);
     Processes::bootstrapIntervalSec_ = 100;
-    fakeClock.nowMicros = (start + pass * 1000) * 1'000'000;
+    fakeClock.nowMicros = (start + std::int64_t{1000} * pass) * 1'000'000;
     if (pass == 2) cloud.Disconnect();
   };
   Run(3);
@@ -126,6 +127,7 @@ TEST_F(LoopTest, APassFetchesThenHearsThenStepsThenReports) {
     traceCalls = true;
     cloud.Answer(ForManifest("latest"), Manifest({{"a", "2"}, {"b", "1"}, {"c", "1"}}));
     fakeClock.Advance(4000);
+    const std::lock_guard<std::mutex> lock(supervisor.heartbeatMutex);
     for (const char* name : {"a", "b"}) {
       Heartbeat beat = {fakeClock.nowMicros / 1000, 2, {}};
       beat.name[0] = name[0];
@@ -161,13 +163,15 @@ TEST_F(LoopTest, AStopDuringTheBootstrapSkipsThePassesAlone) {
   EXPECT_EQ(Processes::bootstrapIntervalSec_, 199U) << "rescaled";
 }
 
-TEST_F(LoopTest, AThreadThatIsRefusedIsWaitedFor) {
+TEST_F(LoopTest, AThreadThatIsRefusedIsAskedForEachSecond) {
+  traceCalls = true;
   scarcity.threadsToRefuse = 2;
   onSleep = [](int sleep) {
     EXPECT_EQ(fakeRandom.seeds.size(), sleep <= 2 ? 0U : 1U) << "no further without it";
   };
   Run(3);
   EXPECT_EQ(scarcity.threadsAskedFor, 3);
+  EXPECT_THAT(log.Lines(), Contains("sleep 1").Times(3));
   EXPECT_EQ(fakeMetrics.reports.size(), 1U) << "of the one pass, before the third sleep";
 }
 
