@@ -45,7 +45,8 @@ std::string ExpectedLog(const Request& request, CURLcode code) {
 // Without printing a large one.
 void ExpectBody(const std::vector<char>& body, const std::string& expected) {
   EXPECT_EQ(body.size(), expected.size());
-  EXPECT_TRUE(body == Bytes(expected)) << std::string(body.begin(), body.end()).substr(0, 200);
+  EXPECT_TRUE(body == Bytes(expected))
+      << "came: " << std::string(body.begin(), body.end()).substr(0, 200);
 }
 
 void Ask(const Request& request, CURLcode code, const std::string& kept, LogCapture& log) {
