@@ -2,9 +2,12 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+
+#include <array>
 
 #include "tests/kit/device.h"
 
@@ -139,6 +142,17 @@ TEST_F(FilesTest, NobodyWaitsForThePipeAtACopysPlace) {
   EXPECT_THAT(fakeShell.commands, IsEmpty());
   pollfd end = {reader.Get(), POLLIN, 0};
   EXPECT_EQ(poll(&end, 1, 0), 0) << "its reader has seen somebody come and go";
+}
+
+TEST_F(FilesTest, APipeIsNotOpenedToSeeWhetherItIsBusy) {
+  Arrange("mkfifo /tmp/pipe");
+  const Descriptor reader(open("/tmp/pipe", O_RDONLY | O_NONBLOCK));
+  const Descriptor watch(inotify_init1(IN_NONBLOCK));
+  EXPECT_GE(inotify_add_watch(watch.Get(), "/tmp/pipe", IN_OPEN | IN_CLOSE_WRITE), 0);
+  EXPECT_EQ(WriteFile("/tmp/pipe", Bytes("x")), 0);
+  std::array<inotify_event, 9> events = {};
+  EXPECT_EQ(read(watch.Get(), events.data(), sizeof events), 2 * sizeof(inotify_event))
+      << "opened and closed once";
 }
 
 // A program that runs, so that its file is busy.

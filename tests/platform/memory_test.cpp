@@ -7,7 +7,8 @@ namespace {
 using MemoryTest = DeviceTest;
 
 TEST_F(MemoryTest, WhatIsAvailableMustHoldABodyAndEightMegabytesMore) {
-  constexpr std::uint64_t mb = 1024U * 1024U;
+  constexpr std::uint64_t mb = 1048576;
+  constexpr std::uint64_t gb = 1024 * mb;
   const std::string total = "MemTotal:  65536 kB\nMemFree:  1 kB\n";
   const struct {
     const char* what;
@@ -19,10 +20,10 @@ TEST_F(MemoryTest, WhatIsAvailableMustHoldABodyAndEightMegabytesMore) {
       {"a byte more", total + "MemAvailable:   33792 kB\n", 25 * mb + 1, false},
       {"nothing, with just the reserve", total + "MemAvailable:   8192 kB\n", 0, true},
       {"nothing, with less", total + "MemAvailable:   8191 kB\n", 0, false},
-      {"6 GB of 8", total + "MemAvailable:   8388608 kB\n", 6 * 1024 * mb, true},
+      {"6 GB of 8", total + "MemAvailable:   8388608 kB\n", 6 * gb, true},
       {"another line of that name", "OldMemAvailable: 0 kB\nMemAvailable: 16384 kB\n", mb, true},
-      {"a kernel that does not tell", total, 1024 * 1024 * mb, true},
-      {"an empty file", "", 1024 * 1024 * mb, true},
+      {"a kernel that does not tell", total, 1000 * gb, true},
+      {"an empty file", "", 1000 * gb, true},
   };
   WriteText("/tmp/meminfo", "");
   ASSERT_EQ(std::system("mount --bind /tmp/meminfo /proc/meminfo"), 0);
