@@ -1,9 +1,8 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include "tools/tolvar/log/json_line.h"
@@ -82,8 +81,8 @@ TEST(StampReader, LeavesWhatOnlyLooksLikeAStamp) {
 
 class File : public testing::Test {
  protected:
-  File() { (void)mkdtemp(folder_.data()); }
-  ~File() override { (void)std::system(("rm -r " + folder_).c_str()); }
+  File() { std::filesystem::create_directory(folder_); }
+  ~File() override { std::filesystem::remove_all(folder_); }
   void Write(const std::string& text, std::ios::openmode mode = std::ios::app) const {
     std::ofstream(Path(), mode) << text;
   }
@@ -95,7 +94,7 @@ class File : public testing::Test {
       all += std::string(line.text) + (line.isCut ? "~|" : "|");
     return all;
   }
-  std::string folder_ = "/tmp/tolvar-log-XXXXXX";
+  std::string folder_ = testing::TempDir() + "tolvar-log-" + std::to_string(getpid());
   std::string error_;
 };
 

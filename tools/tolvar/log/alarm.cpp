@@ -10,7 +10,7 @@ namespace {
 
 using Kind = Alarm::Kind;
 
-constexpr std::size_t maxAlarms = 4096;
+constexpr std::size_t maxAlarms = 1024;  // of a kind
 
 struct AlarmTraits {
   Kind kind;
@@ -104,16 +104,14 @@ constexpr std::array<EndRule, 25> endRules = {{
     {Event::Kind::Dropped, Kind::NoRollback},
 }};
 
-// The alarms that each kind of event ends, a bit each.
-using Ended = std::array<std::uint32_t, static_cast<std::size_t>(Event::Kind::Count)>;
-constexpr Ended MakeEnded() {
-  Ended ended = {};
-  for (const EndRule& rule : endRules) {
-    ended[static_cast<std::size_t>(rule.event)] |= 1U << static_cast<unsigned>(rule.alarm);
-  }
-  return ended;
+// Whether an event of the kind ends any alarm: most do not.
+using Ending = std::array<bool, static_cast<std::size_t>(Event::Kind::Count)>;
+constexpr Ending MakeEnding() {
+  Ending ending = {};
+  for (const EndRule& rule : endRules) ending[static_cast<std::size_t>(rule.event)] = true;
+  return ending;
 }
-constexpr Ended endedBy = MakeEnded();
+constexpr Ending isEnding = MakeEnding();
 
 std::string Times(std::uint32_t count) {
   return count == 1 ? "once" : std::to_string(count) + " times";
@@ -128,41 +126,48 @@ bool IsOne(const Alarm& alarm) {
 
 const char* NameOf(Kind kind) { return TraitsOf(kind).name; }
 
+std::string InWords(const Alarm& alarm) {
+  const std::string reason = alarm.reason.empty() ? "" : ": " + alarm.reason;
+  return std::string(alarm.what) + ", " + Times(alarm.count) + reason;
+}
+
+// Null where there are more subjects than may be held.
 Alarm* AlarmBook::Raise(Kind kind, const std::string& subject, const Event& event) {
-  if (alarms_.size() >= maxAlarms && alarms_.count({kind, subject}) == 0) return nullptr;
-  Alarm& alarm = alarms_[{kind, subject}];
+  BySubject& bySubject = alarms_[static_cast<std::size_t>(kind)];
+  if (bySubject.size() >= maxAlarms && bySubject.count(subject) == 0) return nullptr;
+  Alarm& alarm = bySubject[subject];
   if (alarm.count == 0 || alarm.isOver) {
     alarm = Alarm();
+    alarm.kind = kind;
+    alarm.subject = subject;
     alarm.since = event.when;
+    alarm.advice = TraitsOf(kind).advice;
   }
-  alarm.kind = kind;
-  alarm.subject = subject;
-  alarm.isOver = false;
   alarm.last = event.when;
   ++alarm.count;
-  alarm.advice = TraitsOf(kind).advice;
   return &alarm;
 }
 
 // What has not become an alarm is forgotten.
 void AlarmBook::End(Kind kind, const std::string& subject) {
-  const auto found = alarms_.find({kind, subject});
-  if (found == alarms_.end()) return;
-  if (!IsOne(found->second)) {
-    alarms_.erase(found);
-  } else {
+  BySubject& bySubject = alarms_[static_cast<std::size_t>(kind)];
+  const auto found = bySubject.find(subject);
+  if (found == bySubject.end()) return;
+  if (IsOne(found->second)) {
     found->second.isOver = true;
+  } else {
+    bySubject.erase(found);
   }
 }
 
 void AlarmBook::Take(const Event& event) {
-  if (!alarms_.empty()) EndBy(event);
+  EndBy(event);
   RaiseBy(event);
   FollowFlip(event);
 }
 
 void AlarmBook::EndBy(const Event& event) {
-  if (endedBy[static_cast<std::size_t>(event.kind)] == 0) return;
+  if (!isEnding[static_cast<std::size_t>(event.kind)]) return;
   for (const EndRule& rule : endRules) {
     if (rule.event == event.kind) End(rule.alarm, event.process);
   }
@@ -179,11 +184,11 @@ void AlarmBook::RaiseBy(const Event& event) {
     Alarm* alarm = Raise(isSecond ? Kind::TwoSupervisors : rule.alarm, event.process, event);
     if (alarm == nullptr) return;
     if (event.isHopeless) alarm->isCertain = true;
-    alarm->words = isSecond ? "another supervisor holds the heartbeat socket" : rule.words;
-    alarm->words += ", " + Times(alarm->count);
-    if (!event.reason.empty())
-      alarm->words += ": " + (event.subject.empty() ? "" : event.subject + ", ") + event.reason;
-    if (alarm->advice.empty()) alarm->advice = CurlAdvice(curlCode_);
+    alarm->what = isSecond ? "another supervisor holds the heartbeat socket" : rule.words;
+    alarm->reason = event.subject;
+    if (!event.subject.empty() && !event.reason.empty()) alarm->reason += ", ";
+    alarm->reason += event.reason;
+    if (*alarm->advice == '\0') alarm->advice = CurlAdvice(curlCode_);
   }
 }
 
@@ -214,9 +219,9 @@ void AlarmBook::TakeRollback(const Event& event) {
   flip = {event.to.text, event.from.text, false, false};
   Alarm* alarm = Raise(Kind::Flips, event.process, event);
   if (alarm == nullptr) return;
-  alarm->words = (flip.bad.empty() ? "a version" : flip.bad) + " was rolled back to " + flip.good +
-                 " " + Times(alarm->count) +
-                 ", and each time a fetch brought another version again";
+  alarm->what = "a version was rolled back";
+  alarm->reason = (flip.bad.empty() ? "?" : flip.bad) + " to " + flip.good +
+                  ", and each time a fetch brought another version again";
 }
 
 // A fetch that does not bring the bad version again shows that the list is mended.
@@ -230,8 +235,10 @@ void AlarmBook::EndMendedFlips() {
 
 std::vector<Alarm> AlarmBook::List() const {
   std::vector<Alarm> list;
-  for (const auto& [key, alarm] : alarms_) {
-    if (IsOne(alarm)) list.push_back(alarm);
+  for (const BySubject& bySubject : alarms_) {
+    for (const auto& [subject, alarm] : bySubject) {
+      if (IsOne(alarm)) list.push_back(alarm);
+    }
   }
   std::stable_partition(list.begin(), list.end(), [](const Alarm& a) { return !a.isOver; });
   return list;

@@ -1,10 +1,11 @@
 // What an operator must know first, drawn from the events.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tools/tolvar/log/event.h"
@@ -36,9 +37,13 @@ struct Alarm {
   bool isCertain = false;  // however rarely it came
   std::uint32_t count = 0;
   Moment since, last;
-  std::string words;   // what is wrong, a sentence without its subject
-  std::string advice;  // what to do
+  const char* what = "";    // is wrong
+  std::string reason;       // of the last time; empty: none is known
+  const char* advice = "";  // what to do
 };
+
+// What is wrong, how often it was seen, and why: a sentence without its subject.
+[[nodiscard]] std::string InWords(const Alarm& alarm);
 
 // "flips-between-versions": in JSON lines and as the title in the operator's guide.
 [[nodiscard]] const char* NameOf(Alarm::Kind kind);
@@ -48,7 +53,7 @@ struct Alarm {
 class AlarmBook {
  public:
   void Take(const Event& event);
-  void Forget() { alarms_.clear(); }
+  void Forget() { alarms_ = {}; }
 
   // Those that count as alarms, the ones that last before those that are over.
   [[nodiscard]] std::vector<Alarm> List() const;
@@ -60,7 +65,7 @@ class AlarmBook {
     bool wasLaunched = false;    // since the last rollback
     bool wasTakenAgain = false;  // the bad one, since the last rollback
   };
-  using Key = std::pair<Alarm::Kind, std::string>;
+  using BySubject = std::map<std::string, Alarm, std::less<>>;
 
   void EndBy(const Event& event);
   void RaiseBy(const Event& event);
@@ -70,7 +75,7 @@ class AlarmBook {
   Alarm* Raise(Alarm::Kind kind, const std::string& subject, const Event& event);
   void End(Alarm::Kind kind, const std::string& subject);
 
-  std::map<Key, Alarm> alarms_;
+  std::array<BySubject, static_cast<std::size_t>(Alarm::Kind::Count)> alarms_;
   std::map<std::string, Flip> flips_;  // by process
   int curlCode_ = 0;                   // of the last transfer that failed
 };

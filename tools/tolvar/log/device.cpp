@@ -146,15 +146,16 @@ void Clear(Event& event) {
   event.reason.clear();
 }
 
-void Fill(Event& event, const Entry& entry, Event::Kind kind, std::string_view process) {
+}  // namespace
+
+void Device::Fill(Event& event, const Entry& entry, Event::Kind kind,
+                  std::string_view process) const {
   Clear(event);
   event.kind = kind;
   event.when = entry.when;
   event.process = process.substr(0, maxName);
-  event.text = entry.text.substr(0, maxText);
+  if (keepsTexts_) event.text = entry.text.substr(0, maxText);
 }
-
-}  // namespace
 
 Event& Device::Begin(const Entry& entry, Event::Kind kind, std::string_view process) {
   Fill(event_, entry, kind, process);

@@ -36,7 +36,8 @@ class Device {
   // Gets each event as it is known, in the order in which they happened; valid during the call.
   using Sink = std::function<void(const Event&)>;
 
-  explicit Device(Sink sink) : sink_(std::move(sink)) {}
+  // `keepsTexts`: whether the sink looks at the events' texts; copying them takes time.
+  Device(bool keepsTexts, Sink sink) : keepsTexts_(keepsTexts), sink_(std::move(sink)) {}
   Device(const Device&) = delete;
   Device& operator=(const Device&) = delete;
 
@@ -116,10 +117,12 @@ class Device {
   void CheckClock(const Entry& entry);
   [[nodiscard]] ProcessState& Find(std::string_view name);
   void SetState(ProcessState& process, ProcessState::State state, const Moment& when);
+  void Fill(Event& event, const Entry& entry, Event::Kind kind, std::string_view process) const;
   Event& Begin(const Entry& entry, Event::Kind kind, std::string_view process = {});
   void Emit();
   void FlushWork(std::string_view process);
 
+  bool keepsTexts_;
   Sink sink_;
   ProcessStates processes_;
   ProcessState unfollowed_;  // stands in for names beyond the limit

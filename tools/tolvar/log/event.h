@@ -61,6 +61,8 @@ struct Event {
   Moment when;
   std::string process;  // empty: of the supervisor, or the log does not say
   Version from, to;     // of the process; `to` also of a component that was downloaded
+  // Fetched: processes. Launched: restarts so far, where it is one. HeartbeatLost: since the last
+  // report. Failures: in a row.
   std::uint32_t count = 0;
   std::int64_t seconds = 0;  // LaunchFailed: until the next attempt; ClockJumped: by how much
   int curlCode = 0;          // TransferFailed

@@ -61,7 +61,7 @@ std::string JsonLine(const Alarm& alarm) {
   json["count"] = alarm.count;
   json["since_line"] = alarm.since.line;
   AddText(json, "since", ToIsoText(alarm.since));
-  json["words"] = alarm.words;
+  json["words"] = InWords(alarm);
   AddText(json, "advice", alarm.advice);
   return Dump(json);
 }

@@ -42,7 +42,7 @@ Json ToJson(const PageMark& mark) {
 
 Json ToJson(const Alarm& alarm) {
   return {{"name", NameOf(alarm.kind)},   {"process", alarm.subject},
-          {"over", alarm.isOver},         {"words", alarm.words},
+          {"over", alarm.isOver},         {"words", InWords(alarm)},
           {"since", ToText(alarm.since)}, {"last", ToText(alarm.last)},
           {"line", alarm.last.line},      {"advice", alarm.advice}};
 }

@@ -123,11 +123,11 @@ std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint) {
     const std::string head = alarm.isOver ? "over   " : "ALARM  ";
     text +=
         paint.In(alarm.isOver ? Tone::Plain : Tone::Bad, head) + paint.Bold(Printable(subject)) +
-        Printable(alarm.words) + "\n       " +
+        Printable(InWords(alarm)) + "\n       " +
         paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
                     std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") +
         "\n";
-    if (!alarm.isOver) text += "       do: " + alarm.advice + "\n";
+    if (!alarm.isOver) text += "       do: " + std::string(alarm.advice) + "\n";
   }
   return text;
 }

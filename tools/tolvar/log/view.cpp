@@ -8,7 +8,7 @@ namespace devicelog {
 View::View(Options options, Sink sink)
     : options_(std::move(options)),
       sink_(std::move(sink)),
-      device_([this](const Event& event) { TakeEvent(event); }),
+      device_(static_cast<bool>(sink_), [this](const Event& event) { TakeEvent(event); }),
       parser_(options_.nowMicros, [this](const Entry& entry) { TakeEntry(entry); }),
       isBefore_(options_.since.has_value()) {}
 
