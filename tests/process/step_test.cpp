@@ -89,7 +89,9 @@ TEST_F(StepTest, OnlyARunningProcessThatIsBusyPutsASwitchOff) {
   }
 }
 
+// A launch that fails shows what the new record began with.
 TEST_F(StepTest, ASwitchTakesNothingOverFromTheOldRecord) {
+  fakeShell.onCommand = [](const std::string& command) { return command != "start app 2"; };
   process.retries = 5;
   process.launchFailures = 4;
   process.backoff = 64;
@@ -97,11 +99,11 @@ TEST_F(StepTest, ASwitchTakesNothingOverFromTheOldRecord) {
   process.reportedStatus = 1;
   LetVersion2Wait();
   process.pending->maxretries = 9;
-  EXPECT_EQ(Step(), fetchedAhead + kill + launch2);
+  EXPECT_EQ(Step(), fetchedAhead + kill + kill + start2 + "Launch process app unsuccessfully\n");
   EXPECT_EQ(process.maxretries, 9U);
-  EXPECT_EQ(process.retries, 1U) << "the launch just now";
-  EXPECT_EQ(process.launchFailures, 0U);
-  EXPECT_EQ(process.nextLaunchTime, fakeClock.Seconds() + 2);
+  EXPECT_EQ(process.retries, 1U);
+  EXPECT_EQ(process.launchFailures, 1U);
+  EXPECT_EQ(process.nextLaunchTime, fakeClock.Seconds() + 4);
   EXPECT_EQ(process.reportedStatus, 0);
   EXPECT_EQ(process.pending, nullptr);
 }
