@@ -98,7 +98,7 @@ void Device::OnDetail(const Entry& /*entry*/) {}
 // interval: a clock that was set. Of many, only the first are told, since then two logs are mixed.
 void Device::CheckClock(const Entry& entry) {
   constexpr std::int64_t backSec = 60;
-  constexpr std::int64_t aheadSec = 14 * 86'400;
+  constexpr std::int64_t aheadSec = std::int64_t{14} * 86'400;
   constexpr std::uint32_t told = 20;
   const Moment previous = newest_;
   newest_ = entry.when;
