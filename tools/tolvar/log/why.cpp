@@ -111,7 +111,8 @@ std::string Why::Text(const ProcessState& process, const std::vector<Alarm>& ala
   text += "\nNow: " + std::string(StateWord(process.state)) + ", version " +
           Printable(ToText(process.version)) + ".\n";
   for (const Alarm& alarm : alarms) {
-    if (alarm.subject == process_ && !alarm.isOver) text += "Do: " + std::string(alarm.advice) + "\n";
+    if (alarm.subject == process_ && !alarm.isOver)
+      text += "Do: " + std::string(alarm.advice) + "\n";
   }
   return text;
 }
