@@ -11,76 +11,68 @@ constexpr std::size_t maxText = 2048;  // of a line that is kept as evidence
 
 }  // namespace
 
-struct Device::Row {
-  MessageId id;
-  Handler handler;
-};
+using Id = MessageId;
+using D = Device;
 
-Device::Handler Device::HandlerOf(MessageId id) {
-  using Id = MessageId;
-  using D = Device;
-  // In the order of the messages.
-  static constexpr std::array<Row, messageCount> table = {{
-      {Id::BindFailed, &D::OnSocketFailed},
-      {Id::NoSocket, &D::OnSocketFailed},
-      {Id::NoSocketTimeout, &D::OnSocketFailed},
-      {Id::NoConfig, &D::OnSetting},
-      {Id::FetchInterval, &D::OnSetting},
-      {Id::HeartbeatInterval, &D::OnSetting},
-      {Id::ReportInterval, &D::OnSetting},
-      {Id::FailureReportInterval, &D::OnSetting},
-      {Id::MacAddress, &D::OnIdentity},
-      {Id::GotToken, &D::OnToken},
-      {Id::NoIdentity, &D::OnNoIdentity},
-      {Id::CurlCode, &D::OnCurlCode},
-      {Id::ListAnswered, &D::OnListAnswered},
-      {Id::NoAnswerForList, &D::OnNoAnswerForList},
-      {Id::ParsedComponent, &D::OnParsedComponent},
-      {Id::NoList, &D::OnNoList},
-      {Id::NewVersion, &D::OnNewVersion},
-      {Id::Dropped, &D::OnDropped},
-      {Id::GotList, &D::OnGotList},
-      {Id::BootstrapLatest, &D::OnDetail},
-      {Id::BootstrapLastGood, &D::OnFellBack},
-      {Id::LastGoodFailed, &D::OnLastGoodFailed},
-      {Id::FetchFailed, &D::OnDetail},
-      {Id::LocationAnswered, &D::OnTransfer},
-      {Id::ParsedLocation, &D::OnLocation},
-      {Id::NoLocation, &D::OnNoLocation},
-      {Id::LocationUnusable, &D::OnLocationUnusable},
-      {Id::FileAnswered, &D::OnTransfer},
-      {Id::NoFile, &D::OnNoFile},
-      {Id::NoDirectory, &D::OnNoDirectory},
-      {Id::CannotOpen, &D::OnDetail},
-      {Id::CannotWrite, &D::OnCannotWrite},
-      {Id::Compared, &D::OnCompared},
-      {Id::Mismatch, &D::OnMismatch},
-      {Id::Downloaded, &D::OnDownloaded},
-      {Id::FoundCached, &D::OnFound},
-      {Id::FoundAhead, &D::OnFound},
-      {Id::FetchedAhead, &D::OnFetchedAhead},
-      {Id::NotFetchedAhead, &D::OnNotFetchedAhead},
-      {Id::CannotStop, &D::OnDetail},
-      {Id::NoComponents, &D::OnNoComponents},
-      {Id::Launched, &D::OnLaunched},
-      {Id::LaunchSucceeded, &D::OnLaunchSucceeded},
-      {Id::LaunchFailed, &D::OnLaunchFailed},
-      {Id::HeartbeatLost, &D::OnHeartbeatLost},
-      {Id::RolledBack, &D::OnRolledBack},
-      {Id::LastGoodUnusable, &D::OnRollbackProblem},
-      {Id::LastGoodEmpty, &D::OnRollbackProblem},
-      {Id::LastGoodOther, &D::OnRollbackProblem},
-      {Id::RollbackFailed, &D::OnRollbackFailed},
-      {Id::Report, &D::OnReport},
-  }};
-  return table[static_cast<std::size_t>(id)].handler;
-}
+const std::array<Device::Row, messageCount> Device::handlers = {{
+    {Id::BindFailed, &D::OnSocketFailed},
+    {Id::NoSocket, &D::OnSocketFailed},
+    {Id::NoSocketTimeout, &D::OnSocketFailed},
+    {Id::NoConfig, &D::OnSetting},
+    {Id::FetchInterval, &D::OnSetting},
+    {Id::HeartbeatInterval, &D::OnSetting},
+    {Id::ReportInterval, &D::OnSetting},
+    {Id::FailureReportInterval, &D::OnSetting},
+    {Id::MacAddress, &D::OnIdentity},
+    {Id::GotToken, &D::OnToken},
+    {Id::NoIdentity, &D::OnNoIdentity},
+    {Id::CurlCode, &D::OnCurlCode},
+    {Id::ListAnswered, &D::OnListAnswered},
+    {Id::NoAnswerForList, &D::OnNoAnswerForList},
+    {Id::ParsedComponent, &D::OnParsedComponent},
+    {Id::NoList, &D::OnNoList},
+    {Id::NewVersion, &D::OnNewVersion},
+    {Id::Dropped, &D::OnDropped},
+    {Id::GotList, &D::OnGotList},
+    {Id::BootstrapLatest, &D::OnDetail},
+    {Id::BootstrapLastGood, &D::OnFellBack},
+    {Id::LastGoodFailed, &D::OnLastGoodFailed},
+    {Id::FetchFailed, &D::OnDetail},
+    {Id::LocationAnswered, &D::OnTransfer},
+    {Id::ParsedLocation, &D::OnLocation},
+    {Id::NoLocation, &D::OnNoLocation},
+    {Id::LocationUnusable, &D::OnLocationUnusable},
+    {Id::FileAnswered, &D::OnTransfer},
+    {Id::NoFile, &D::OnNoFile},
+    {Id::NoDirectory, &D::OnNoDirectory},
+    {Id::CannotOpen, &D::OnDetail},
+    {Id::CannotWrite, &D::OnCannotWrite},
+    {Id::Compared, &D::OnCompared},
+    {Id::Mismatch, &D::OnMismatch},
+    {Id::Downloaded, &D::OnDownloaded},
+    {Id::FoundCached, &D::OnFound},
+    {Id::FoundAhead, &D::OnFound},
+    {Id::FetchedAhead, &D::OnFetchedAhead},
+    {Id::NotFetchedAhead, &D::OnNotFetchedAhead},
+    {Id::CannotStop, &D::OnDetail},
+    {Id::NoComponents, &D::OnNoComponents},
+    {Id::Launched, &D::OnLaunched},
+    {Id::LaunchSucceeded, &D::OnLaunchSucceeded},
+    {Id::LaunchFailed, &D::OnLaunchFailed},
+    {Id::HeartbeatLost, &D::OnHeartbeatLost},
+    {Id::RolledBack, &D::OnRolledBack},
+    {Id::LastGoodUnusable, &D::OnRollbackProblem},
+    {Id::LastGoodEmpty, &D::OnRollbackProblem},
+    {Id::LastGoodOther, &D::OnRollbackProblem},
+    {Id::RollbackFailed, &D::OnRollbackFailed},
+    {Id::Report, &D::OnReport},
+}};
 
 void Device::Take(const Entry& entry) {
   CheckClock(entry);
   ConcludeRequest(entry);
   ConcludeFetchAhead(entry);
-  (this->*HandlerOf(entry.message->id))(entry);
+  (this->*handlers[static_cast<std::size_t>(entry.message->id)].handler)(entry);
 }
 
 void Device::Finish() { FlushWork({}); }
@@ -98,7 +90,7 @@ void Device::OnDetail(const Entry& /*entry*/) {}
 // interval: a clock that was set. Of many, only the first are told, since then two logs are mixed.
 void Device::CheckClock(const Entry& entry) {
   constexpr std::int64_t backSec = 60;
-  constexpr std::int64_t aheadSec = 14 * 86'400;
+  constexpr std::int64_t aheadSec = std::int64_t{14} * 86'400;
   constexpr std::uint32_t told = 20;
   const Moment previous = newest_;
   newest_ = entry.when;

@@ -52,8 +52,11 @@ class Device {
 
  private:
   using Handler = void (Device::*)(const Entry&);
-  struct Row;
-  [[nodiscard]] static Handler HandlerOf(MessageId id);
+  struct Row {
+    MessageId id;
+    Handler handler;
+  };
+  static const std::array<Row, messageCount> handlers;  // in the order of the messages
 
   // device_supervisor.cpp
   void OnSocketFailed(const Entry& entry);

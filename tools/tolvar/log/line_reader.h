@@ -10,7 +10,7 @@ namespace devicelog {
 
 class LineReader {
  public:
-  static constexpr std::size_t longestLine = 256 * 1024;  // what is beyond is dropped
+  static constexpr std::size_t longestLine = 256U << 10U;  // what is beyond is dropped
 
   // Reads from `descriptor`, which stays the caller's.
   explicit LineReader(int descriptor);

@@ -75,7 +75,7 @@ std::string Zone(const Moment& moment) {
 }
 
 std::int64_t LocalMicros(const Moment& moment) {
-  return moment.micros + moment.zoneMinutes * 60 * secondMicros;
+  return moment.micros + std::int64_t{moment.zoneMinutes} * 60 * secondMicros;
 }
 
 }  // namespace

@@ -9,8 +9,7 @@
 namespace devicelog {
 namespace {
 
-constexpr std::uint64_t stepBytes =
-    16 * 1024 * 1024;  // shorter reads are over before they are seen
+constexpr std::uint64_t stepBytes = 16U << 20U;  // shorter reads are over before they are seen
 constexpr std::size_t barWidth = 40;
 
 }  // namespace

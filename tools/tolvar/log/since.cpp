@@ -38,7 +38,7 @@ bool IsDate(Moment::Kind kind) {
 }
 
 std::int64_t WrittenMicros(const Moment& moment) {
-  return moment.micros + moment.zoneMinutes * 60 * secondMicros;
+  return moment.micros + std::int64_t{moment.zoneMinutes} * 60 * secondMicros;
 }
 
 }  // namespace

@@ -82,7 +82,7 @@ void TakeZone(Cursor& in, Moment& moment) {
   if (!zone.TakeNumber(2, minutes)) return;
   const int offset = (hours * 60 + minutes) * (west ? -1 : 1);
   moment.zoneMinutes = static_cast<std::int16_t>(offset);
-  moment.micros -= offset * 60 * secondMicros;
+  moment.micros -= std::int64_t{offset} * 60 * secondMicros;
   in = zone;
 }
 
