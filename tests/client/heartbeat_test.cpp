@@ -194,8 +194,10 @@ TEST_F(HeartbeatTest, AClosedOneRefusesEverythingAndTouchesNoDescriptor) {
 
 TEST_F(HeartbeatTest, WithoutADescriptorOpeningFailsAndLeavesItClosed) {
   tolvar_heartbeat other = heartbeat;
-  const DescriptorLimit none(NextDescriptor());
-  EXPECT_EQ(ErrorOf(tolvar_heartbeat_open(&other)), EMFILE);
+  {  // no longer than that: the sanitizers need descriptors, too
+    const DescriptorLimit none(NextDescriptor());
+    EXPECT_EQ(ErrorOf(tolvar_heartbeat_open(&other)), EMFILE);
+  }
   heartbeat = other;
   EXPECT_EQ(Send(), EBADF);
   EXPECT_EQ(ErrorOf(ClockFd()), EBADF);
@@ -204,8 +206,10 @@ TEST_F(HeartbeatTest, WithoutADescriptorOpeningFailsAndLeavesItClosed) {
 TEST_F(HeartbeatTest, WithoutAClockToWatchHeartbeatsAreSentAllTheSame) {
   const Supervisor supervisor;
   tolvar_heartbeat_close(&heartbeat);
-  const DescriptorLimit one(NextDescriptor() + 1);
-  EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
+  {
+    const DescriptorLimit one(NextDescriptor() + 1);
+    EXPECT_EQ(tolvar_heartbeat_open(&heartbeat), 0);
+  }
   EXPECT_EQ(ErrorOf(ClockFd()), EBADF);
   EXPECT_EQ(ClockStepped(), EBADF);
   EXPECT_EQ(Send(), 0);
