@@ -1,5 +1,6 @@
 #include "health/heartbeat_channel.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -21,6 +22,10 @@ bool receiveTimeIsRefused = false;
 extern "C" int setsockopt(int socket, int level, int option, const void* value,
                           socklen_t size) noexcept {
   if (receiveTimeIsRefused && option == SO_RCVTIMEO) return -1;
+  // On 32 bits the C library translates the option for kernels that do not know the 64-bit one.
+  static const auto translating =
+      reinterpret_cast<decltype(&setsockopt)>(dlsym(RTLD_NEXT, "__setsockopt64"));
+  if (sizeof(void*) == 4) return translating(socket, level, option, value, size);
   return static_cast<int>(syscall(SYS_setsockopt, socket, level, option, value, size));
 }
 
