@@ -54,6 +54,14 @@ TEST_F(DownloadTest, AnAnswerIsReadToItsLengthAndNoFurther) {
   EXPECT_EQ(log.Text(), "Parsed component info: name engine, version 1.0, url u\n");
 }
 
+TEST_F(DownloadTest, AFailureIsOne) {
+  const Component component = {"streamer", "engine", "/run/app/engine", "1.0", "c"};
+  curlRecorder.answer = [](const CurlRequest&) { return CurlAnswer{"", CURLE_COULDNT_CONNECT}; };
+  EXPECT_EQ(component.Download(), 1);
+  EXPECT_EQ(component.PreDownload(), 1);
+  EXPECT_EQ(component.DownloadToPath("/run/app/engine"), 1);
+}
+
 // Memory of this process that no file stands behind, in kB.
 long AnonymousMemory() {
   std::ifstream status("/proc/self/status");

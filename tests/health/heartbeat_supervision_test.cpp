@@ -75,10 +75,11 @@ TEST_F(HeartbeatSupervisionTest, TheOneThatCameLastCountsHoweverOldItsStamp) {
   mutex.unlock();
 }
 
+constexpr std::int64_t now = 1'731'711'234'567;  // ms; launches are another 0.57 s ago
+constexpr std::uint32_t widest = 4294967295;
+using Stamp = std::numeric_limits<std::int64_t>;
+
 TEST_F(HeartbeatSupervisionTest, LimitsAreExceededInWholeSeconds) {
-  constexpr std::int64_t now = 1'731'711'234'567;  // ms; launches are another 0.57 s ago
-  constexpr std::uint32_t widest = 4294967295;
-  using Stamp = std::numeric_limits<std::int64_t>;
   const struct {
     const char* what;
     State state;
@@ -104,16 +105,16 @@ TEST_F(HeartbeatSupervisionTest, LimitsAreExceededInWholeSeconds) {
       {"failed already", State::Failed, 60, 5, 100, now - 9000, false},
   };
   for (const auto& row : rows) {
-    Process process = Named("a");
+    std::vector<Process> processes = {Named("a")};
+    Process& process = processes[0];
     process.heartbeatMissing = 41;
     process.state = row.state;
     process.maxstartuptime = row.startup;
     process.launchTime = now / 1000 - row.launchedSecAgo;
     process.lastHeartbeatMs = row.heartbeatMs;
-    std::vector<Process> processes = {process};
     MarkHungProcesses(processes, row.interval);
-    EXPECT_EQ(processes[0].state, row.fails ? State::Failed : row.state) << row.what;
-    EXPECT_EQ(processes[0].heartbeatMissing, row.fails ? 42U : 41U) << row.what;
+    EXPECT_EQ(process.state, row.fails ? State::Failed : row.state) << row.what;
+    EXPECT_EQ(process.heartbeatMissing, row.fails ? 42U : 41U) << row.what;
     const std::string line = "Process a failed to report heartbeat, heartbeatMissing 42";
     EXPECT_EQ(log.Lines(), std::vector<std::string>(row.fails ? 1 : 0, line)) << row.what;
   }

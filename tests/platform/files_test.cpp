@@ -86,6 +86,14 @@ TEST_F(FilesTest, CommandsDoNotInheritWhatIsOpen) {
   EXPECT_EQ(fcntl(OpenForReading("/tmp/file").Get(), F_GETFD), FD_CLOEXEC);
 }
 
+TEST_F(FilesTest, AHostThatHasClosedItsStandardInputIsServedToo) {
+  WriteText("/tmp/file", "");
+  EXPECT_EQ(close(STDIN_FILENO), 0);
+  const Descriptor file = OpenForReading("/tmp/file");
+  EXPECT_EQ(file.Get(), STDIN_FILENO);
+  EXPECT_TRUE(file.IsOpen());
+}
+
 TEST_F(FilesTest, WritingMakesTheParentAndReplacesEveryByte) {
   (void)umask(022);
   WriteText("/tmp/a/file", "longer than what comes");
