@@ -1,13 +1,17 @@
 """The road of an update, from an empty device to running, verified, up-to-date processes and back
-from a release that cannot live: demo [--stay] [--target], on the bench device."""
+from a release that cannot live, on the bench device: see scripts/demo."""
 
+import argparse
 import shutil
 import sys
 import time
+from pathlib import Path
 
+from stories.cloud import run
 from stories.demo_prompt import stay
 from stories.steps import Step, Watch, play_steps
-from stories.world import BUSY_FILE, HOST, TARGET_HOST, World, live_path
+from stories.terminal import say
+from stories.world import BUSY_FILE, HOST, TARGET_HOST, TOOL, World, live_path
 
 # Short periods, so that the story is short: a fetch every 3 or 4 seconds, reports in between.
 SETTINGS = "bootstrap_interval=4\nmetrics_report_interval=20\nfailure_metrics_report_interval=5\n"
@@ -144,14 +148,47 @@ STEPS = [
 ]
 
 
-def main() -> int:
-    world = World(SETTINGS, TARGET_HOST if "--target" in sys.argv else HOST)
+def play(world: World, then_stay: bool) -> bool:
     happened = play_steps(world, STEPS)
-    if "--stay" in sys.argv:
+    if then_stay:
         world.cloud.serve(FILES_PORT)
         world.host.start()
         stay(world)
         world.host.end("TERM")
+    return happened
+
+
+def open_at_once(world: World) -> bool:
+    """The prompt without the story before it."""
+    bootstrap(Watch(world))
+    stay(world)
+    world.host.end("TERM")
+    return True
+
+
+def keep_log(world: World, folder: Path) -> None:
+    """What happened on the device, as a page beside the log that it was made of."""
+    log = shutil.copy(world.host.log, folder / "demo.log")
+    page = folder / "demo.html"
+    run([TOOL, "log", "--html", page, log])
+    say(f"what happened on the device, as a page: {page} (made of {log})")
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(prog="demo")
+    way = parser.add_mutually_exclusive_group()
+    way.add_argument("--stay", action="store_true")
+    way.add_argument("--prompt", action="store_true")
+    parser.add_argument("--target", action="store_true")
+    parser.add_argument("--keep", type=Path, default=Path("build"))
+    return parser.parse_args()
+
+
+def main() -> int:
+    arguments = parse_arguments()
+    world = World(SETTINGS, TARGET_HOST if arguments.target else HOST)
+    happened = open_at_once(world) if arguments.prompt else play(world, arguments.stay)
+    keep_log(world, arguments.keep)
     return 0 if happened else 1
 
 

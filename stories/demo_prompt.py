@@ -5,38 +5,34 @@ import readline  # noqa: F401  (gives the prompt its line editing)
 import subprocess
 from collections.abc import Callable
 
+from stories.cloud import run
 from stories.device import Failed
-from stories.world import BUSY_FILE, REPORTS, World
+from stories.world import BUSY_FILE, TOOL, World
 
 INTRO = """
 The bench is open. The host and the cloud run; leave it with "exit".
   publish NAME VERSION   streamer 1.0.0 1.1.0 1.2.0 (never lives) 1.3.0, recorder 1.0.0
   withdraw NAME          take a process off the list
-  promote                what runs is good: "latest" becomes "lastknowngood" as well
+  promote                what is listed is good: "latest" becomes "lastknowngood" as well
   hang NAME              SIGSTOP; found after 6 seconds
   kill NAME              SIGKILL; found after 6 seconds as well
   busy / free            let streamer refuse upgrades, or agree to them
-  look                   the last lines of the host's log, the last report, what runs
-  follow                 the host's log as it is written (Ctrl-C ends it)
+  look                   alarms, processes and the latest events, as the log tells them
+  follow                 the same as it goes on (Ctrl-C ends it)
 Everything else is a command line of the device's shell.
 """
 
 
 def look(world: World) -> str:
-    running = f"ps -C streamer,recorder -p {world.host.pid} -o pid,stat,etimes,args"
-    return "\n".join([*world.host.lines[-15:], "", world.device.ask(f"tail -n 1 {REPORTS}"), "",
-                      world.device.ask(running)])
+    events = run([TOOL, "log", "--events", world.host.log]).splitlines()
+    return "\n".join([run([TOOL, "log", world.host.log]), "", *events[-12:]])
 
 
-def follow(world: World) -> str:
-    shown = max(0, len(world.host.lines) - 5)
-    while True:
-        world.host.expect("", shown, None)
-        print(world.host.lines[shown])
-        shown += 1
+def follow(world: World) -> None:
+    subprocess.run([TOOL, "log", "--follow", world.host.log])
 
 
-def commands(world: World) -> dict[str, Callable[..., str]]:
+def commands(world: World) -> dict[str, Callable[..., str | None]]:
     return {
         "publish": lambda name, version: world.publish(name, version),
         "withdraw": lambda name: world.cloud.withdraw(name),

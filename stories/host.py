@@ -4,16 +4,18 @@ import subprocess
 import threading
 from collections.abc import Iterable
 from datetime import datetime
+from pathlib import Path
 
 from stories.device import Device, Failed
 
 
 class Host:
     """Starts and ends the host of `command`, one at a time. `lines` is the log of all of them, each
-    line with the time it arrived at."""
+    line with the time of day it arrived at; the file `log` has it with the date as well."""
 
-    def __init__(self, device: Device, command: str) -> None:
+    def __init__(self, device: Device, command: str, log: Path) -> None:
         self.lines: list[str] = []
+        self.log = log
         self.pid = 0
         self._arrived = threading.Condition()
         self._device = device
@@ -43,7 +45,11 @@ class Host:
         return found
 
     def _read(self, output: Iterable[str]) -> None:
-        for line in output:
-            with self._arrived:
-                self.lines.append(f"{datetime.now():%H:%M:%S.%f}"[:-3] + " " + line.rstrip("\n"))
-                self._arrived.notify_all()
+        with open(self.log, "a", encoding="utf-8", buffering=1) as log:
+            for line in output:
+                date, time = datetime.now().isoformat(timespec="milliseconds").split("T")
+                stamped = f"{time} {line.rstrip()}"
+                log.write(f"{date} {stamped}\n")
+                with self._arrived:
+                    self.lines.append(stamped)
+                    self._arrived.notify_all()

@@ -18,26 +18,23 @@ class Watch:
         self.observed: list[str] = []
         self._mark = len(world.host.lines)  # the first line that the step has not seen yet
 
-    def note(self, text: str) -> None:
-        self.observed.append(text)
-        say(f"         - {text}")
-
     def log(self, text: str, seconds: float) -> None:
         """Expects a line with `text` behind the last one seen."""
         progress(f"         up to {seconds} s for: {text}")
         found = self.world.host.expect(text, self._mark, seconds)
         self._mark = found + 1
-        self.note(self.world.host.lines[found])
+        self.observed.append(self.world.host.lines[found])
 
     def holds(self, condition: Callable[[], bool], text: str, seconds: float = 0) -> None:
         if not wait_for(seconds, condition):
             raise Failed(f"not so: {text}")
-        self.note(text)
+        self.observed.append(text)
 
     def runs(self, name: str, version: str, seconds: float, instead_of: int = 0) -> None:
         if not wait_for(seconds, lambda: self.world.runs(name, version, instead_of)):
             raise Failed(f"{name} {version} does not run anew within {seconds} s")
-        self.note(f"{name} {version} runs, pid {instead_of or 'none'} -> {self.world.pid(name)}")
+        pids = f"{instead_of or 'none'} -> {self.world.pid(name)}"
+        self.observed.append(f"{name} {version} runs, pid {pids}")
 
     def report(self, part: str) -> None:
         """Expects a report with a process of which `part`, a regular expression, holds."""
@@ -45,7 +42,7 @@ class Watch:
         progress(f"         up to 25 s for a report with {part}")
         if not wait_for(25, lambda: self.world.device.ask(look) != ""):
             raise Failed(f"no report with {part}")
-        self.note(self.world.device.ask(look))
+        self.observed.append(self.world.device.ask(look))
 
 
 @dataclass(frozen=True)
@@ -62,22 +59,22 @@ def play_steps(world: World, steps: list[Step]) -> bool:
     """Plays them all, whatever became of those before, and prints the table: whether all that was
     expected was seen."""
     start = time.monotonic()
-    rows = [["at (s)", "took", "", "what happened | expected of the device | observed"]]
+    rows = [["at (s)", "", "what happened | expected of the device | observed"]]
     for step in steps:
-        begin = time.monotonic()
-        say(f"{begin - start:5.1f} s  {step.happens}")
+        begin = time.monotonic() - start
+        say(f"{begin:5.1f} s  {step.happens}")
         watch = Watch(world)
         verdict = "ok"
         try:
             step.play(watch)
         except Failed as failure:
-            watch.note(f"MISSED: {failure}")
+            watch.observed.append(f"MISSED: {failure}")
+            say(f"         MISSED: {failure}")
             verdict = "MISS"
-        end = time.monotonic()
         seen = "\n            ".join(watch.observed)
-        rows.append([f"{end - start:.1f}", f"{end - begin:.1f}", verdict,
+        rows.append([f"{begin:.1f}", verdict,
                      f"{step.happens}\n  expected: {step.expected}\n  observed: {seen}"])
-    print_table(rows, right=[0, 1])
-    happened = sum(row[2] == "ok" for row in rows)
+    print_table(rows, right=[0])
+    happened = sum(row[1] == "ok" for row in rows)
     say(f"\n{happened} of {len(steps)} steps happened")
     return happened == len(steps)

@@ -9,6 +9,7 @@ from stories.host import Host
 BUILD = Path("build/release")
 FOLDER = Path("/run/story")
 REPORTS = FOLDER / "reports"
+TOOL = BUILD / "tools/tolvar/tolvar"
 BUSY_FILE = FOLDER / "busy"  # while it is there, streamer refuses to be upgraded
 
 HOST = f"{BUILD}/tools/host/tolvar-host {BUILD}/libtolvar.so"
@@ -29,7 +30,7 @@ class World:
                  examples: Path = BUILD / "examples") -> None:
         self.device = device
         self.cloud = Cloud(BUILD / "tools/cloud/tolvar-cloud", FOLDER)
-        self.host = Host(device, f"env TOLVAR_METRICS_FILE={REPORTS} {host}")
+        self.host = Host(device, f"env TOLVAR_METRICS_FILE={REPORTS} {host}", FOLDER / "host.log")
         self.examples = examples
         ca = (self.cloud.certs / "ca.pem").read_text()
         device.run(f"mkdir -p {FOLDER} && cat >/tmp/cacert.pem", ca)
