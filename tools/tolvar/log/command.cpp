@@ -52,7 +52,7 @@ void AddOptions(CLI::App& command, Request& request) {
       ->type_name("TIME");
   command.add_option("--process", request.processes, "Only this process; may be given again")
       ->type_name("NAME")
-      ->expected(1);
+      ->allow_extra_args(false);
 }
 
 }  // namespace
