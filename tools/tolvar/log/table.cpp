@@ -127,7 +127,9 @@ std::string AlarmText(const std::vector<Alarm>& alarms, const Paint& paint) {
         paint.Faint("since " + ToText(alarm.since) + ", last " + ToText(alarm.last) + " (line " +
                     std::to_string(alarm.last.line) + ")  [" + NameOf(alarm.kind) + "]") +
         "\n";
-    if (!alarm.isOver) text += "       do: " + std::string(alarm.advice) + "\n";
+    if (alarm.isOver) continue;
+    text += "       do: " + std::string(alarm.advice) + " (docs/alarms/" + NameOf(alarm.kind) +
+            ".md)\n";
   }
   return text;
 }
