@@ -184,6 +184,9 @@ const AlarmRow alarmRows[] = {
      Times(2, "bind heartbeat socket failed with error: Address already in use\n"),
      "two-supervisors \n"},
     {"NoToken", Times(2, "mac address 02\nInit HttpRequest Instance failed\n"), "no-identity \n"},
+    {"TheIdentityIsThereOnceTheCloudIsAsked",
+     Times(2, "mac address 02\nInit HttpRequest Instance failed\n") + start + timedOut,
+     "[no-identity ]\n"},
     {"TransfersThatFail",
      start + Times(2,
                    "Curl return code 6\nGet response from url u, status 2\nGetResponse failed for "

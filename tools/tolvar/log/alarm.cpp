@@ -76,10 +76,12 @@ struct EndRule {
   Event::Kind event;
   Kind alarm;
 };
-constexpr std::array<EndRule, 25> endRules = {{
+constexpr std::array<EndRule, 27> endRules = {{
     {Event::Kind::SupervisorStarted, Kind::TwoSupervisors},
     {Event::Kind::SupervisorStarted, Kind::NoSocket},
     {Event::Kind::Fetched, Kind::NoIdentity},
+    {Event::Kind::FetchFailed, Kind::NoIdentity},
+    {Event::Kind::ManifestUnusable, Kind::NoIdentity},
     {Event::Kind::Fetched, Kind::CloudNotReached},
     {Event::Kind::Fetched, Kind::NoManifest},
     {Event::Kind::Fetched, Kind::FellBack},
