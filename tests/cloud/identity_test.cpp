@@ -4,13 +4,14 @@
 #include <dlfcn.h>
 #include <sys/socket.h>
 
+#include <atomic>
 #include <new>
 
 #include "cloud/http_request.h"
 #include "tests/fakes/scarcity.h"
 #include "tests/kit/device.h"
 
-static int socketsOpened = 0;
+static std::atomic<int> socketsOpened{0};  // by any thread
 
 // Every socket of the test program passes here on its way to the kernel.
 extern "C" int socket(int domain, int type, int protocol) noexcept {

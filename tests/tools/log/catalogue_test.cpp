@@ -18,6 +18,8 @@ struct Row {
   Pieces pieces;
 };
 
+void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+
 class CatalogueReads : public testing::TestWithParam<Row> {};
 
 TEST_P(CatalogueReads, TheLine) {

@@ -76,6 +76,8 @@ struct Row {
   std::string events;
 };
 
+void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+
 class DeviceTells : public testing::TestWithParam<Row> {};
 
 TEST_P(DeviceTells, WhatHappened) { EXPECT_EQ(ReadLog(GetParam().log).events, GetParam().events); }
@@ -145,6 +147,8 @@ struct AlarmRow {
   std::string log;
   std::string alarms;
 };
+
+void PrintTo(const AlarmRow& row, std::ostream* out) { *out << row.name; }
 
 class DeviceAlarms : public testing::TestWithParam<AlarmRow> {};
 

@@ -25,6 +25,8 @@ struct StampRow {
   const char* iso;     // what the stamp means
 };
 
+void PrintTo(const StampRow& row, std::ostream* out) { *out << row.name; }
+
 class Stamp : public testing::TestWithParam<StampRow> {};
 
 TEST_P(Stamp, IsTakenOff) {
