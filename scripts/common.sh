@@ -47,8 +47,10 @@ build() {  # PRESET [TARGET...]
   local preset=$1
   shift
   say "building $preset"
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" ${1:+--target "$@"}
+  mkdir -p build
+  # Scripts may run side by side.
+  flock build/lock cmake --preset "$preset" >/dev/null
+  flock build/lock cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
 play() {  # STORY [ARGUMENT...]
