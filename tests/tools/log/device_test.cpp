@@ -12,7 +12,8 @@ namespace {
 // A log read: the time line without the supervisor's own lines, and what stands at the end.
 struct Outcome {
   std::string events;
-  std::string alarms;  // "name subject", those that are over in brackets
+  std::string alarms;       // "name subject", those that are over in brackets
+  std::uint32_t signs = 0;  // of the first alarm
   ProcessStates states;
 };
 
@@ -26,7 +27,9 @@ Outcome ReadLog(const std::string& log) {
   for (std::string line; std::getline(lines, line);) view.Take({line, false});
   view.Finish();
   outcome.states = view.Processes();
-  for (const Alarm& alarm : view.Alarms()) {
+  const std::vector<Alarm> alarms = view.Alarms();
+  if (!alarms.empty()) outcome.signs = alarms.front().count;
+  for (const Alarm& alarm : alarms) {
     const std::string text = std::string(NameOf(alarm.kind)) + " " + alarm.subject;
     outcome.alarms += (alarm.isOver ? "[" + text + "]" : text) + "\n";
   }
@@ -213,6 +216,13 @@ const AlarmRow alarmRows[] = {
 
 INSTANTIATE_TEST_SUITE_P(, DeviceAlarms, testing::ValuesIn(alarmRows),
                          [](const auto& row) { return row.param.name; });
+
+// While a device flips, the good version's launch must not make the fault a new one each time.
+TEST(DeviceAlarmsGoOn, WhenTheSameFileDoesNotVerifyAnew) {
+  const std::string turn = BadFile("ab", "AB") + launched;
+  EXPECT_EQ(ReadLog(start + turn + turn + BadFile("ab", "AB")).signs, 3U);
+  EXPECT_EQ(ReadLog(start + turn + turn + BadFile("cd", "CD")).signs, 1U) << "another fault";
+}
 
 TEST(Device, CountsRestartsAndLaunchesSinceItWasFoundHealthy) {
   const std::string log =

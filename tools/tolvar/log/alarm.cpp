@@ -124,6 +124,14 @@ bool IsOne(const Alarm& alarm) {
   return alarm.isCertain || alarm.count >= TraitsOf(alarm.kind).from;
 }
 
+// The same bytes against the same sum: the fault that was over was out of sight, while another
+// version ran.
+bool IsTheSameFault(const Alarm& alarm, const Event& event) {
+  const std::size_t length = std::min(event.reason.size(), alarm.reason.size());
+  return event.kind == Event::Kind::ComponentBad &&
+         alarm.reason.compare(alarm.reason.size() - length, length, event.reason) == 0;
+}
+
 }  // namespace
 
 const char* NameOf(Kind kind) { return TraitsOf(kind).name; }
@@ -138,13 +146,14 @@ Alarm* AlarmBook::Raise(Kind kind, const std::string& subject, const Event& even
   BySubject& bySubject = alarms_[static_cast<std::size_t>(kind)];
   if (bySubject.size() >= maxAlarms && bySubject.count(subject) == 0) return nullptr;
   Alarm& alarm = bySubject[subject];
-  if (alarm.count == 0 || alarm.isOver) {
+  if (alarm.count == 0 || (alarm.isOver && !IsTheSameFault(alarm, event))) {
     alarm = Alarm();
     alarm.kind = kind;
     alarm.subject = subject;
     alarm.since = event.when;
     alarm.advice = TraitsOf(kind).advice;
   }
+  alarm.isOver = false;
   alarm.last = event.when;
   ++alarm.count;
   return &alarm;
@@ -185,7 +194,10 @@ void AlarmBook::RaiseBy(const Event& event) {
     const bool isSecond = rule.alarm == Kind::NoSocket && isTaken;
     Alarm* alarm = Raise(isSecond ? Kind::TwoSupervisors : rule.alarm, event.process, event);
     if (alarm == nullptr) return;
-    if (event.isHopeless) alarm->isCertain = true;
+    if (event.isHopeless) {
+      alarm->isCertain = true;
+      alarm->advice = "Publish it as a new version, with the checksum in small letters.";
+    }
     alarm->what = isSecond ? "another supervisor holds the heartbeat socket" : rule.words;
     alarm->reason = event.subject;
     if (!event.subject.empty() && !event.reason.empty()) alarm->reason += ", ";

@@ -85,7 +85,7 @@ void Device::OnMismatch(const Entry& entry) {
   Event& event = AddToWork(entry, Event::Kind::ComponentBad);
   event.subject = entry.pieces[0].substr(0, maxFile);
   if (DifferOnlyInCapitals(computed_, expected_)) {
-    event.reason = "only the capitals of its checksum differ, it can never verify";
+    event.reason = "its MD5 is " + computed_ + ", the list has it in capitals: it can never verify";
     event.isHopeless = true;
   } else if (computed_ == emptyMd5) {
     event.kind = Event::Kind::StorageFailed;

@@ -15,8 +15,10 @@ View::View(Options options, Sink sink)
 // What is before the wanted time still says what state and version it finds.
 void View::TakeEntry(const Entry& entry) {
   if (isBefore_ && problem_.empty() && !options_.since->Suits(entry.when)) {
-    problem_ = entry.when.IsKnown() ? "the log's stamps are no times of the kind that --since gives"
-                                    : "the log has no time stamps";
+    problem_ =
+        entry.when.IsKnown()
+            ? "the log's stamps are no times of the kind that --since gives: write it as they do"
+            : "the log has no time stamps";
   }
   if (isBefore_ && problem_.empty() && !options_.since->IsAfter(entry.when)) {
     isBefore_ = false;
