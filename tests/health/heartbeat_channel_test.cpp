@@ -97,6 +97,13 @@ TEST_F(HeartbeatChannelTest, StartedProcessesDoNotInheritTheSocket) {
   EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
 }
 
+TEST_F(HeartbeatChannelTest, AHostThatHasClosedItsStandardInputIsServedToo) {
+  (void)close(std::exchange(descriptor, -1));
+  EXPECT_EQ(close(STDIN_FILENO), 0);
+  EXPECT_EQ(OpenHeartbeatSocket(descriptor), 0);
+  EXPECT_EQ(descriptor, STDIN_FILENO);
+}
+
 TEST_F(HeartbeatChannelTest, AFailureIsLoggedAndLeavesNoDescriptor) {
   const std::ptrdiff_t before = OpenDescriptors();
   int second = 99;
