@@ -38,7 +38,7 @@ std::vector<std::string> ReleaseFolder::Labels() const {
   std::vector<std::string> labels;
   for (const auto& entry : fs::directory_iterator(root)) {
     const std::string label = entry.path().filename();
-    if (IsLabel(label) && fs::exists(ManifestPath(label))) labels.push_back(label);
+    if (IsLabel(label) && fs::is_regular_file(ManifestPath(label))) labels.push_back(label);
   }
   std::sort(labels.begin(), labels.end());
   return labels;
