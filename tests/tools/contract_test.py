@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Holds docs/cloud-api.yaml against its examples and against what a device and the stand-in say.
 
-contract_test.py SOURCE CERTS PLUG-IN CLOUD... -- HOST..., on the bench device. A proxy stands at
-the cloud's place and keeps what passes.
+contract_test.py SOURCE CERTS PLUG-IN TOOL CLOUD... -- HOST..., on the bench device. A proxy stands
+at the cloud's place and keeps what passes. TOOL is `tolvar`, which plays a device; "-": none.
 """
 
 import copy
@@ -23,8 +23,8 @@ from typing import NamedTuple
 import jsonschema
 import yaml
 
-SOURCE, CERTS, PLUG_IN = map(pathlib.Path, sys.argv[1:4])
-CLOUD = sys.argv[4:sys.argv.index("--")]
+SOURCE, CERTS, PLUG_IN, TOOL = map(pathlib.Path, sys.argv[1:5])
+CLOUD = sys.argv[5:sys.argv.index("--")]
 HOST = sys.argv[sys.argv.index("--") + 1:]
 RELEASES = pathlib.Path("/run/releases")
 CLOUD_PORT = 9443
@@ -156,7 +156,18 @@ def play_a_device():
                                    message.request["version"] == "lastknowngood"
                                    for message in Proxy.kept))
             host.terminate()
+        if TOOL.name != "-":
+            play_with_the_tool()
         server.terminate()
+
+
+def play_with_the_tool():
+    count = len(Proxy.kept)
+    done = subprocess.run([TOOL, "check", "--cloud", "https://cloud.test:8443", "--cacert",
+                           CERTS / "ca.pem", "--mac", "0a1b2c3d4e5f", "--token", "T"],
+                          capture_output=True, text=True, check=False)
+    assert done.returncode == 0, done.stdout + done.stderr
+    assert len(Proxy.kept) == count + 6, Proxy.kept[count:]
 
 
 class ContractTest(unittest.TestCase):

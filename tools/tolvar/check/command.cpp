@@ -1,9 +1,11 @@
 #include "tools/tolvar/check/command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
+#include "tools/tolvar/check/cloud/play.h"
 #include "tools/tolvar/check/folder.h"
 
 namespace {
@@ -13,7 +15,9 @@ using check::Severity;
 
 constexpr char description[] =
     "Say whether devices can live with a release: a manifest as the cloud sends it, or all that a\n"
-    "release folder holds. Give both to have the manifest judged as what LABEL is to list next.";
+    "release folder holds. Give both to have the manifest judged as what LABEL is to list next. "
+    "With\n"
+    "--cloud, play a device against a cloud: all that it asks for, and what it would do with it.";
 constexpr char exitStatus[] =
     "Exit status: 0 no error, warnings included unless --strict; 1 an error, or something could "
     "not "
@@ -21,6 +25,7 @@ constexpr char exitStatus[] =
 
 struct Request {
   std::string manifest, root, label, config;
+  check::Identity device;  // with the cloud's address
   std::uint64_t kilobytesPerSec = 0;
   std::uint64_t megabytes = 0;
   bool json = false;
@@ -52,19 +57,46 @@ std::vector<Finding> Judge(const Request& request) {
   return check::JudgeFolder({request.root}, request.label, request.Limits());
 }
 
+std::string Sum(long errors, long warnings) {
+  return std::to_string(errors) + " errors, " + std::to_string(warnings) + " warnings\n";
+}
+
+int StatusOf(const Request& request, long errors, long warnings) {
+  return errors > 0 || (request.strict && warnings > 0) ? 1 : 0;
+}
+
+long CountOf(const std::vector<check::Exchange>& exchanges, check::Exchange::Verdict verdict) {
+  return std::count_if(exchanges.begin(), exchanges.end(),
+                       [verdict](const auto& exchange) { return exchange.verdict == verdict; });
+}
+
+int PlayDevice(const Request& request) {
+  const auto [exchanges, findings] = check::PlayDevice(request.device);
+  const long errors =
+      CountOf(exchanges, check::Exchange::Verdict::Error) + CountOf(findings, Severity::Error);
+  const long warnings =
+      CountOf(exchanges, check::Exchange::Verdict::Warning) + CountOf(findings, Severity::Warning);
+  const std::string text =
+      request.json
+          ? "{\"exchanges\": " + AsJson(exchanges) + ", \"check\": " + AsJson(findings) + "}\n"
+          : AsText(exchanges) + AsText(findings) + Sum(errors, warnings);
+  (void)std::fputs(text.c_str(), stdout);  // the exit status says the gist as well
+  return StatusOf(request, errors, warnings);
+}
+
 int Run(const Request& request) {
   if (request.rules) {
     (void)std::fputs(check::RulesAsMarkdown().c_str(), stdout);
     return 0;
   }
+  if (!request.device.url.empty()) return PlayDevice(request);
   const std::vector<Finding> findings = Judge(request);
   const long errors = CountOf(findings, Severity::Error);
   const long warnings = CountOf(findings, Severity::Warning);
-  const std::string sum =
-      std::to_string(errors) + " errors, " + std::to_string(warnings) + " warnings\n";
-  const std::string text = request.json ? AsJson(findings) : AsText(findings) + sum;
+  const std::string text =
+      request.json ? AsJson(findings) : AsText(findings) + Sum(errors, warnings);
   (void)std::fputs(text.c_str(), stdout);  // the exit status says the gist as well
-  return errors > 0 || (request.strict && warnings > 0) ? 1 : 0;
+  return StatusOf(request, errors, warnings);
 }
 
 void AddObjects(CLI::App& command, Request& request) {
@@ -79,6 +111,27 @@ void AddObjects(CLI::App& command, Request& request) {
       command.add_flag("--rules", request.rules, "Print every rule, as the documents have them");
   config->excludes(manifest)->excludes(root);
   rules->excludes(manifest)->excludes(root)->excludes(config);
+}
+
+// Together or not at all.
+void AddCloud(CLI::App& command, check::Identity& device) {
+  CLI::Option* cloud =
+      command.add_option("--cloud", device.url, "A cloud: https://HOST[:PORT]")->type_name("URL");
+  CLI::Option* authorities =
+      command.add_option("--cacert", device.caFile, "The CA certificates of the devices, PEM")
+          ->type_name("FILE")
+          ->check(CLI::ExistingFile);
+  CLI::Option* mac =
+      command.add_option("--mac", device.mac, "The device's, 12 lowercase hexadecimal digits")
+          ->type_name("M");
+  CLI::Option* token = command.add_option("--token", device.token, "The device's")->type_name("T");
+  for (CLI::Option* option : {authorities, mac, token}) {
+    cloud->needs(option);
+    option->needs(cloud);
+  }
+  for (const char* other : {"MANIFEST", "--root", "--config", "--rules"}) {
+    cloud->excludes(command.get_option(other));
+  }
 }
 
 void AddOptions(CLI::App& command, Request& request) {
@@ -104,11 +157,12 @@ void AddCheck(CLI::App& app, int& status) {
   CLI::App* command = app.add_subcommand("check", description);
   command->footer(exitStatus);
   AddObjects(*command, *request);
+  AddCloud(*command, request->device);
   AddOptions(*command, *request);
   command->callback([request, &status] {
     const bool isGiven = request->rules || !request->manifest.empty() || !request->root.empty() ||
-                         !request->config.empty();
-    if (!isGiven) throw CLI::RequiredError("MANIFEST, --root, --config or --rules");
+                         !request->config.empty() || !request->device.url.empty();
+    if (!isGiven) throw CLI::RequiredError("MANIFEST, --root, --config, --cloud or --rules");
     status = Run(*request);
   });
 }
