@@ -21,7 +21,9 @@ from typing import NamedTuple
 
 SOURCE, CERTS, TOOL = map(pathlib.Path, sys.argv[1:4])
 CLOUD = sys.argv[4:]
-PORTS = {"stand-in": 8443, "example": 8444, "broken": 8445}
+PORTS = {"stand-in": 8443, "example": 8444, "broken": 8445, "nginx": 8446}
+NGINX = "/usr/sbin/nginx"
+NGINX_MODULE = "/usr/lib/nginx/modules/ngx_http_js_module.so"
 PEM = [CERTS / "server.pem", CERTS / "server.key"]
 FILE = b"hello"
 
@@ -155,14 +157,37 @@ def wait_for(port):
         time.sleep(0.05)
 
 
+def start_nginx():
+    """With the example's configuration, its places and port changed."""
+    folder = pathlib.Path("/run/nginx")
+    folder.mkdir()
+    example = SOURCE / "examples/nginx"
+    for file in [*PEM, example / "cloud.js"]:
+        (folder / file.name).write_bytes(file.read_bytes())
+    settings = (example / "nginx.conf").read_text()
+    for place, ours in [("/etc/nginx/tolvar", str(folder)), ("/srv/releases", "/run/releases"),
+                        ("8443", str(PORTS["nginx"]))]:
+        assert place in settings, place
+        settings = settings.replace(place, ours)
+    (folder / "nginx.conf").write_text(settings)
+    # The bench device has no other user.
+    return start(NGINX, "-p", folder, "-c", folder / "nginx.conf", "-g",
+                 f"daemon off; user root root; pid {folder}/pid;")
+
+
 class CheckCloudTest(unittest.TestCase):
-    def test_the_stand_in_and_the_small_cloud_pass(self):
+    def test_the_stand_in_and_the_clouds_of_the_examples_pass(self):
         publish()
         url = f"https://cloud.test:{PORTS['example']}"
         servers = [
             start(*CLOUD, "serve", "--root", "/run/releases", "--cert", PEM[0], "--key", PEM[1]),
             start(SOURCE / "examples/cloud.py", "/run/releases", *PEM, url, str(PORTS["example"]))]
-        for name in ["stand-in", "example"]:
+        names = ["stand-in", "example"]
+        if os.path.exists(NGINX) and os.path.exists(NGINX_MODULE):
+            servers.append(start_nginx())
+            names.append("nginx")
+        print("tried:", ", ".join(names))
+        for name in names:
             wait_for(PORTS[name])
             with self.subTest(name):
                 status, text = check(PORTS[name], "--strict")

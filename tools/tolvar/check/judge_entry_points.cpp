@@ -23,11 +23,12 @@ struct SpawnActions {
 };
 
 // Only a shell that says so refuses it: where none can be started, nothing is found.
-[[nodiscard]] bool ShellRefuses(std::string text) {
+[[nodiscard]] bool ShellRefuses(const std::string& entrypoint) {
   SpawnActions quiet;
   (void)posix_spawn_file_actions_addopen(&quiet.value, 2, "/dev/null", 1, 0);
   std::string shell = "sh";
   std::string option = "-nc";
+  std::string text = entrypoint;  // the call wants words that could be written
   const std::array<char*, 4> words = {shell.data(), option.data(), text.data(), nullptr};
   pid_t child = -1;
   if (posix_spawn(&child, "/bin/sh", &quiet.value, nullptr, words.data(), environ) != 0) {
@@ -104,7 +105,7 @@ class Judge {
     std::string line(80, '\0');
     std::ifstream file(release_.beside.fileOf(component), std::ios::binary);
     (void)file.read(line.data(), static_cast<std::streamsize>(line.size()));
-    line = line.substr(0, line.find('\n'));
+    line.resize(std::min(line.find('\n'), line.size()));
     return line.rfind("#!", 0) == 0 && line.find("/env ") != std::string::npos;
   }
 

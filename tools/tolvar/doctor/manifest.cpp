@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "tools/tolvar/product/captured_log.h"
 #include "tools/tolvar/doctor/product.h"
+#include "tools/tolvar/product/captured_log.h"
 
 namespace doctor {
 namespace {
