@@ -101,6 +101,7 @@ const Row rows[] = {
   {"only a comment's and-sign", Id::NoBackground, entry, " &\"", " # &\""},
   {"no redirection", Id::NoRedirection, entry, " >/run/log 2>&1 </dev/null", ""},
   {"errors go to the host", Id::NoRedirection, entry, " 2>&1", ""},
+  {"errors go where the output went before", Id::NoRedirection, entry, ">/run/log 2>&1", "2>&1 >/run/log"},
   {"an and-list", Id::AndList, entry, "; setsid", " && setsid"},
   {"another path", Id::RunsStrangePath, entry, "setsid /opt/app/streamer", "/opt/app/2/streamer"},
   {"a path of the host's folder", Id::RunsStrangePath, entry, "setsid /opt/app/streamer", "setsid ./streamer"},
@@ -165,6 +166,22 @@ TEST(CheckRules, EachFaultBetweenTwoProcessesIsFound) {
     const auto expected = std::to_string(static_cast<int>(id)) + " " + place;
     EXPECT_THAT(Briefs(JudgeManifest(text, {})), testing::Contains(expected));
     tried.insert(id);
+  }
+}
+
+TEST(CheckRules, EntryPointsThatWorkAreNotRefused) {
+  const char* const ways[] = {
+      "chmod 755 /opt/app/streamer; cd /opt/app; ./streamer >/run/log 2>&1 </dev/null &",
+      "chmod +x /opt/app/* && (exec setsid /opt/app/streamer >/run/log 2>&1 </dev/null &)",
+      "chmod +x /opt/app/streamer; (sleep 1; /opt/app/streamer) >/run/log 2>&1 </dev/null &",
+      "cp /opt/app/streamer /run; chmod +x /run/streamer; /run/streamer &>/run/log </dev/null &",
+      "P=/opt/app/streamer; chmod +x $P; A=1 nice -n 5 $P --b=c </dev/null >/run/l 2>/run/e &",
+      "chmod +x /opt/app/streamer; if test -e /x; then /opt/app/streamer <&- >/run/l 2>&1 & fi",
+  };
+  for (const std::string way : ways) {
+    const std::string normal =
+        "chmod +x /opt/app/streamer; setsid /opt/app/streamer >/run/log 2>&1 </dev/null &";
+    EXPECT_THAT(Briefs(JudgeManifest(Replaced(good, normal, way), {})), IsEmpty()) << way;
   }
 }
 

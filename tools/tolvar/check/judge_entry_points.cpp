@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <set>
 
 #include "tools/tolvar/check/judge.h"
 #include "tools/tolvar/check/shell_text.h"
@@ -38,6 +39,12 @@ struct SpawnActions {
   return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) != 0;
 }
 
+// "./a" in "/b/" is "/b/a"; a name without a slash is looked for elsewhere.
+std::string InFolder(const std::string& folder, const std::string& path) {
+  if (folder.empty() || path.find('/') == std::string::npos) return path;
+  return folder + (path.rfind("./", 0) == 0 ? path.substr(2) : path);
+}
+
 class Judge {
  public:
   Judge(const Release& release, std::size_t index, Findings& findings)
@@ -46,7 +53,14 @@ class Judge {
   void All() {
     if (ShellRefuses(Own().entrypoint)) return Add(Id::BrokenShell);
     JudgeBackground();
-    for (const Command& command : commands_) JudgeProgram(ProgramOf(command));
+    std::string folder;  // the host's, which nobody knows here
+    for (const Command& command : commands_) {
+      const auto& words = command.words;
+      if (words.size() == 2 && words[0] == "cd") folder = words[1] + "/";
+      Program program = ProgramOf(command);
+      if (program.path[0] != '/') program.path = InFolder(folder, program.path);
+      JudgeProgram(program);
+    }
   }
 
  private:
@@ -77,8 +91,17 @@ class Judge {
 
   // One without components runs what the device has.
   void JudgeStranger(const std::string& path) {
-    if (IsInSystemFolder(path) || Own().components.empty()) return;
+    if (IsInSystemFolder(path) || Own().components.empty() || MakesFiles()) return;
     Add(Id::RunsStrangePath, path);
+  }
+
+  // Whether the entry point itself may put there what it runs.
+  [[nodiscard]] bool MakesFiles() const {
+    return std::any_of(commands_.begin(), commands_.end(), [](const Command& command) {
+      static const std::set<std::string> makers = {"cp",  "mv",    "ln",    "install",
+                                                   "tar", "unzip", "mount", "gunzip"};
+      return !command.words.empty() && makers.count(command.words[0]) == 1;
+    });
   }
 
   [[nodiscard]] const Component* Find(const std::string& path) const {

@@ -31,7 +31,9 @@ void Redirect(const std::string& symbol, const std::string& target, Command& com
   const bool isBoth = sign[0] == '&' || (sign == ">&" && number.empty() && !isCopy);
   const bool isInput = sign[0] == '<';
   if (isBoth || number == "1" || (number.empty() && !isInput)) command.outputGiven = true;
-  if (isBoth || number == "2") command.errorGiven = true;
+  // A copy of an output that is still the host's is the host's as well.
+  const bool isHosts = sign == ">&" && target == "1" && !command.outputGiven;
+  if (isBoth || (number == "2" && !isHosts)) command.errorGiven = true;
   if (number == "0" || (number.empty() && isInput)) command.inputGiven = true;
 }
 
@@ -66,7 +68,8 @@ class Splitter {
     if (symbol == "&") {
       for (std::size_t i = listStart_; i < commands_.size(); ++i) commands_[i].inBackground = true;
     }
-    if (symbol == "&" || symbol == ";" || symbol == ";;") listStart_ = commands_.size();
+    const bool endsList = symbol == "&" || symbol == ";" || symbol == ";;" || symbol == "(";
+    if (endsList) listStart_ = commands_.size();
     command_ = {};
   }
 
