@@ -7,8 +7,8 @@
 HttpRequest* HttpRequest::instance = nullptr;
 std::string HttpRequest::mac;
 std::string HttpRequest::enr;
-const std::string HttpRequest::sc = "5c0f3e9a7d214b68a1e2c7f09b3d6e45";
-const std::string HttpRequest::sv = "3f8b21c6e0d94a7f85b6c2d1e9a04f73";
+const std::string HttpRequest::sc = TOLVAR_CLIENT_SC;
+const std::string HttpRequest::sv = TOLVAR_CLIENT_SV;
 const std::string HttpRequest::domain = TOLVAR_CLOUD_URL;
 
 namespace {

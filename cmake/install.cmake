@@ -13,7 +13,7 @@ install(FILES entry/tolvar.h client/tolvar_heartbeat.h
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/tolvar")
 install(FILES README.md CHANGELOG.md LICENSE docs/tolvar_config.sample
         DESTINATION "${CMAKE_INSTALL_DOCDIR}")
-install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" FILES_MATCHING PATTERN "*.md" PATTERN "*.yaml")
 
 # The client header, for pkg-config and for CMake: find_package(tolvar-client), tolvar::client.
 # Relative, so that a package works wherever it is unpacked.

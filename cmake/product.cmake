@@ -17,7 +17,8 @@ add_library(tolvar_core STATIC
   platform/digest.cpp platform/files.cpp platform/json.cpp platform/lines.cpp
   platform/memory.cpp platform/shell_word.cpp)
 target_link_libraries(tolvar_core PUBLIC tolvar_base)
-target_compile_definitions(tolvar_core PRIVATE TOLVAR_CLOUD_URL="${TOLVAR_CLOUD_URL}")
+target_compile_definitions(tolvar_core PRIVATE TOLVAR_CLOUD_URL="${TOLVAR_CLOUD_URL}"
+  TOLVAR_CLIENT_SC="${TOLVAR_CLIENT_SC}" TOLVAR_CLIENT_SV="${TOLVAR_CLIENT_SV}")
 
 if(TOLVAR_METRICS_LIBRARY)
   add_library(tolvar_metrics SHARED IMPORTED)

@@ -15,7 +15,8 @@ die() {
 build_packages=(g++ make cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
   libcpp-httplib-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   openssl)
-bench_packages=(bubblewrap util-linux mount iproute2 procps python3 curl)
+bench_packages=(bubblewrap util-linux mount iproute2 procps python3 python3-jsonschema
+  python3-yaml curl strace)
 
 as_root() {
   if ((EUID == 0)); then

@@ -24,7 +24,7 @@ def cpu_ns(pid: int) -> int:
 
 def publish_bulk(world: World, count: int, mib: int) -> list[str]:
     """A process "bulk" that is started by nothing, with `count` files; where they are served."""
-    options = ["--label", "latest", "--process", "bulk", "--version", "1", "--entrypoint", ":"]
+    options = ["--label", "latest", "--process", "bulk", "--version", "1", "--entrypoint", ": &"]
     for number in range(count):
         Path(f"/run/file-{number}").write_bytes(os.urandom(mib << 20))
         options += ["--component", f"/run/file-{number},file-{number},/opt/bulk/{number}"]

@@ -64,6 +64,9 @@ class Processes {
   // reads everything anew.
   static void ReadConfig();
 
+  // The same for the file `path`, without the message: one that cannot be read counts as empty.
+  static void ReadConfigOf(const char* path);
+
   // The supervisor's life on the calling thread: returns once `stopRequested` is seen, before the
   // first pass or after any.
   // Without the device's identity it waits for that first, whatever the flag says.

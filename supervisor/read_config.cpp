@@ -49,6 +49,10 @@ void Processes::ReadConfig() {
     Log(std::string("don't have config file ") + configPath + ", taking default configuration");
     return;
   }
-  Lines lines(configPath);
+  ReadConfigOf(configPath);
+}
+
+void Processes::ReadConfigOf(const char* path) {
+  Lines lines(path);
   for (std::string line; lines.Next(line);) StoreAndLog(line);
 }

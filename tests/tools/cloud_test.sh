@@ -21,8 +21,10 @@ run() {  # STATUS TEXT ARGUMENT...
 
 on() { run "$1" "$2" "$3" --root "$releases" "${@:4}"; }  # STATUS TEXT COMMAND ARGUMENT...
 
-put() {  # STATUS TEXT NAME ENTRYPOINT ARGUMENT...
-  on "$1" "$2" publish --label latest --version 1 --process "$3" --entrypoint "$4" "${@:5}"
+put() {  # STATUS TEXT NAME ENTRYPOINT ARGUMENT..., the version among them if it is not 1
+  local version=(--version 1)
+  [[ " ${*:5} " != *' --version '* ]] || version=()
+  on "$1" "$2" publish --label latest "${version[@]}" --process "$3" --entrypoint "$4" "${@:5}"
 }
 
 serve() { on "$1" "$2" serve --cert "$3" --key "$4"; }  # STATUS TEXT CERTIFICATE KEY
@@ -73,26 +75,49 @@ put 2 '--maxretries = -1' p ': &' --maxretries -1
 put 2 '--maxstartuptime = 1.5' p ': &' --maxstartuptime 1.5
 on 1 'no manifest for label "latest"' copy-label --from latest --to lastknowngood
 run 1 'no such root: /none' withdraw --root /none --label latest --process p
-put 1 'at most 131 bytes' "$(printf '%0132d' 0)" ': &'
 put 1 'component must be' p ': &' --component hello,hello
 put 1 'component must be' p ': &' --component hello,hello,opt/hello
 put 1 'no plain file name: ..' p ': &' --component hello,..,/opt/hello
 put 1 'no plain file name: a/b' p ': &' --component "$component,a/b"
 put 1 'cannot read none: No such file or directory' p ': &' --component none,hello,/opt/hello
 put 1 'cannot read c: Is a directory' p ': &' --component c,hello,/opt/hello
-put 1 'two different files' p ': &' --component "$component" --component $clash
+put 1 'error 604 latest' p ': &' --component "$component" --component $clash
 put 0 "component hello 7 $hello 5 bytes" cam ': &' --component "$component,7"
-put 0 'process camera 1 under latest' camera ': &' --maxretries 3 --component 'big,a b,/opt/b'
-put 0 'stopping cam also kills camera' cam ': &' --component "$component,7"
-put 0 'the entry point has no "&"' away 'x 2>&1 && y'
-put 0 'longer than 15 characters' away-with-the-man ': &'
-put 0 'the shell or a regular expression' away.now ': &'
-put 0 '/hello lies directly under "/"' away ': &' --component hello,hello,/hello
+put 0 'process door 1 under latest' door ': &' --maxretries 3 --component 'big,a b,/opt/b'
+put 0 'warning 205 latest /data/processes/0/processname' cam ': &' --component "$component,7"
+put 1 'error 203 latest /data/processes/0/processname' camera ': &'
+put 1 'refused: nothing was changed' camera ': &'
+put 1 'error 302' away 'x 2>&1 && y'
+put 1 'error 201' away-with-the-man ': &'
+put 1 'error 504' away ': &' --component hello,hello,/hello
+put 1 'error 701' cam 'true &' --component "$component,7"
+put 0 'warning 701' cam 'true &' --component "$component,7" --replace
+put 0 'process cam 1' cam ': &' --component "$component,7" --replace
+put 0 'process away 1' away ': &' --component different,other,/opt/other
 on 0 'withdrew away from latest' withdraw --label latest --process away
-on 0 'withdrew away-with-the-man' withdraw --label latest --process away-with-the-man
-on 0 'withdrew away.now' withdraw --label latest --process away.now
+put 1 'other bytes than published before: other 1' away ': &' --component hello,other,/opt/other
+cmp different "$releases/files/other/1"
+check 'what was published stays' 0 '' $? ''
+put 0 'not written' away ': &' --component hello,new,/opt/new --dry-run
+check 'a dry run writes nothing' '' '' "$(find "$releases" -path '*new*')" ''
+put 1 'error 302' away : --dry-run
 on 1 'no process away under latest' withdraw --label latest --process away
+on 0 'promoted door to lastknowngood' promote door
+on 1 'no process away under latest' promote away
+on 0 $'latest         cam   1  1 file\n' list
+on 0 $'lastknowngood  door  1  1 file\n' list
+on 0 '+ cam 1' diff lastknowngood latest
+on 0 '- cam 1' diff latest lastknowngood
 on 0 'copied latest to lastknowngood' copy-label --from latest --to lastknowngood
+put 0 'process cam 2' cam ': &' --version 2 --component "$component,7"
+on 0 '~ cam 1 -> 2' diff lastknowngood latest
+on 0 'copied' copy-label --from lastknowngood --to latest
+put 0 'warning 704' cam ': &' --version 2 --component "$component,7"
+on 0 'copied' copy-label --from lastknowngood --to latest
+on 0 'every file is there as listed' verify
+printf x >>"$releases/files/hello/7"
+on 1 'error 603 lastknowngood /data/processes/0/components/0/checksum' verify
+printf hello >"$releases/files/hello/7"
 mkdir -p "$releases/broken" "$releases/no/manifest.json"
 printf '{"data":[]}' >"$releases/broken/manifest.json"
 on 1 'broken manifest of label "broken"' withdraw --label broken --process p

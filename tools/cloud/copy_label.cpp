@@ -1,5 +1,7 @@
 #include "tools/cloud/manifest.h"
 
 void CopyLabel(const ReleaseFolder& folder, const std::string& from, const std::string& to) {
-  PutText(folder.ManifestPath(to), LoadManifest(folder, from).text);
+  folder.RequireRoot();
+  const Descriptor turn = folder.Lock();
+  PutManifest(folder, to, LoadManifest(folder, from).text);
 }

@@ -58,21 +58,25 @@ void AddServe(CLI::App& app, Words& words) {
       ->default_str("https://cloud.test:PORT");
 }
 
-void Report(const PublishPlan& plan) {
-  for (const auto& warning : PublishWarnings(plan)) std::cerr << "warning: " << warning << "\n";
-  for (const auto& [source, filename, localpath, version, checksum] : plan.components) {
+// On standard error, for people; a refusal ends the command.
+void Report(const Judged& judged) {
+  std::cerr << AsText(judged.findings);
+  if (judged.IsRefused()) throw std::runtime_error("refused: nothing was changed");
+}
+
+void Report(const PublishRequest& request, const Published& published) {
+  Report(published.judged);
+  for (const auto& [source, filename, localpath, version, checksum] : published.components) {
     std::cout << "component " << filename << " " << version << " " << checksum << " "
               << std::filesystem::file_size(source) << " bytes\n";
   }
-  const auto& [label, process, version, entrypoint, startup, retries, components] = plan.request;
-  std::cout << "process " << process << " " << version << " under " << label << "\n";
+  std::cout << "process " << request.process << " " << request.version << " under " << request.label
+            << (request.dryRun ? ", not written\n" : "\n");
 }
 
 void AddPublish(CLI::App& app, Words& words) {
   auto* const command = AddCommand(app, "publish", "Puts a process under a label.", words, [&] {
-    const PublishPlan plan = PlanPublish({words.root}, words.release);
-    CarryOut({words.root}, plan);
-    Report(plan);
+    Report(words.release, Publish({words.root}, words.release));
   });
   PublishRequest& release = words.release;
   Add(command, "--label", release.label, "\"latest\", \"lastknowngood\", ...", Label);
@@ -83,6 +87,8 @@ void AddPublish(CLI::App& app, Words& words) {
   command->add_option("--maxretries", release.maxretries, "launches before a rollback");
   command->add_option("--component", release.components, "FILE,FILENAME,LOCALPATH[,VERSION] ...")
       ->allow_extra_args(false);
+  command->add_flag("--replace", release.replace, "what a version stands for may change");
+  command->add_flag("--dry-run", release.dryRun, "only say what the check finds");
 }
 
 void AddWithdraw(CLI::App& app, Words& words) {
@@ -103,6 +109,37 @@ void AddCopyLabel(CLI::App& app, Words& words) {
   Add(command, "--to", words.to, "the label that is written", Label);
 }
 
+void AddPromote(CLI::App& app, Words& words) {
+  const char* const help = "Makes the latest of a process its last known good one.";
+  auto* const command = AddCommand(app, "promote", help, words, [&] {
+    Report(Promote({words.root}, words.process));
+    std::cout << "promoted " << words.process << " to lastknowngood\n";
+  });
+  Add(command, "PROCESS", words.process, "its name");
+}
+
+void AddList(CLI::App& app, Words& words) {
+  AddCommand(app, "list", "Shows what each label lists.", words,
+             [&] { std::cout << List({words.root}); });
+}
+
+void AddDiff(CLI::App& app, Words& words) {
+  auto* const command = AddCommand(app, "diff", "Shows what two labels differ in.", words,
+                                   [&] { std::cout << Diff({words.root}, words.from, words.to); });
+  Add(command, "FROM", words.from, "a label", Label);
+  Add(command, "TO", words.to, "another one", Label);
+}
+
+void AddVerify(CLI::App& app, Words& words) {
+  const char* const help = "Compares every label's files with their checksums.";
+  AddCommand(app, "verify", help, words, [&] {
+    const auto findings = Verify({words.root});
+    std::cout << AsText(findings);
+    if (!findings.empty()) throw std::runtime_error("not what the labels list");
+    std::cout << "every file is there as listed\n";
+  });
+}
+
 }  // namespace
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only for lack of memory, before there is work to lose
@@ -112,7 +149,10 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "tolvar-cloud " TOLVAR_VERSION);
   app.fallthrough();  // so that every command has that flag
   app.require_subcommand(0, 1);
-  for (const auto add : {AddServe, AddPublish, AddWithdraw, AddCopyLabel}) add(app, words);
+  for (const auto add :
+       {AddServe, AddPublish, AddWithdraw, AddCopyLabel, AddPromote, AddList, AddDiff, AddVerify}) {
+    add(app, words);
+  }
   try {
     app.parse(argc, argv);
     if (app.get_subcommands().empty()) throw CLI::RequiredError("A command");

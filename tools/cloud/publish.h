@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/cloud/manifest.h"
+#include "tools/cloud/judged.h"
 
 struct PublishRequest {
   std::string label;  // must be one
@@ -16,6 +16,8 @@ struct PublishRequest {
   std::optional<std::uint32_t> maxstartuptime;  // seconds; absent: the device's default
   std::optional<std::uint32_t> maxretries;      // absent: the device's default
   std::vector<std::string> components;          // each FILE,FILENAME,LOCALPATH[,VERSION]
+  bool replace = false;  // what is published under a version may become something else
+  bool dryRun = false;   // judge, and write nothing
 };
 
 struct ComponentRelease {
@@ -28,17 +30,14 @@ struct ComponentRelease {
 // Checks `text` and reads the file; without a version it has the process's. Throws.
 [[nodiscard]] ComponentRelease ReadComponent(const std::string& text,
                                              const std::string& processVersion);
+// The MD5 of a file that can be read. Throws.
+[[nodiscard]] std::string ChecksumOf(const std::string& path);
 
-struct PublishPlan {  // checked, with nothing written yet
-  PublishRequest request;
+struct Published {
   std::vector<ComponentRelease> components;
-  Manifest manifest;  // with the process in the place of the first of its name, else the last
+  Judged judged;  // the label's new list
 };
-// Throws when the request or the label's present manifest is at fault.
-[[nodiscard]] PublishPlan PlanPublish(const ReleaseFolder& folder, const PublishRequest& request);
-
-// What a device will accept and yet not do well, one text each.
-[[nodiscard]] std::vector<std::string> PublishWarnings(PublishPlan plan);
-
-// The files first, the manifest last: what a manifest names can always be fetched. Throws.
-void CarryOut(const ReleaseFolder& folder, const PublishPlan& plan);
+// The files first, the manifest last: what a manifest names can always be fetched. Nothing is
+// written when it is refused. Throws, also when a file name and version stand for other bytes
+// already.
+[[nodiscard]] Published Publish(const ReleaseFolder& folder, const PublishRequest& request);

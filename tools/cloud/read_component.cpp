@@ -7,6 +7,12 @@
 #include "platform/digest.h"
 #include "tools/cloud/publish.h"
 
+std::string ChecksumOf(const std::string& path) {
+  (void)OpenFile(path);  // says what is wrong with it
+  const Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  return Md5OfDescriptor(descriptor.Get());
+}
+
 ComponentRelease ReadComponent(const std::string& text, const std::string& processVersion) {
   static const std::regex form("([^,]+),([^,]+),(/[^,]*)(?:,([^,]+))?");
   std::smatch parts;
@@ -17,8 +23,5 @@ ComponentRelease ReadComponent(const std::string& text, const std::string& proce
   for (const auto& name : {parts.str(2), version}) {
     if (!IsPathElement(name)) throw std::runtime_error("no plain file name: " + name);
   }
-  const std::string source = parts[1];
-  (void)OpenFile(source);  // says what is wrong with it
-  const Descriptor descriptor(open(source.c_str(), O_RDONLY | O_CLOEXEC));
-  return {source, parts[2], parts[3], version, Md5OfDescriptor(descriptor.Get())};
+  return {parts[1], parts[2], parts[3], version, ChecksumOf(parts[1])};
 }

@@ -1,7 +1,10 @@
 #include "tools/cloud/release_folder.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -28,6 +31,25 @@ void PutInPlace(const fs::path& target, const Make& make) {
 
 void ReleaseFolder::RequireRoot() const {
   if (!fs::is_directory(root)) throw std::runtime_error("no such root: " + root.string());
+}
+
+std::vector<std::string> ReleaseFolder::Labels() const {
+  RequireRoot();
+  std::vector<std::string> labels;
+  for (const auto& entry : fs::directory_iterator(root)) {
+    const std::string label = entry.path().filename();
+    if (IsLabel(label) && fs::is_regular_file(ManifestPath(label))) labels.push_back(label);
+  }
+  std::sort(labels.begin(), labels.end());
+  return labels;
+}
+
+Descriptor ReleaseFolder::Lock() const {
+  Descriptor folder(open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.IsOpen() && Uninterrupted([&] { return flock(folder.Get(), LOCK_EX); }) == 0) {
+    return folder;
+  }
+  throw std::system_error(errno, std::generic_category(), "cannot lock " + root.string());
 }
 
 bool IsPathElement(const std::string& text) {

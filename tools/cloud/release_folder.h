@@ -1,15 +1,19 @@
 // The folder that a stand-in cloud serves:
 //
 //   ROOT/<label>/manifest.json        what a device gets that asks for the label
+//   ROOT/latest/taken_back.json       versions from which "latest" went back to the last good one
 //   ROOT/files/<filename>/<version>   the bytes of a component
 //
-// It is read afresh for every request, so files are put into place whole. One publisher at a time:
-// two would lose one of their edits. What throws, throws std::runtime_error with the reason.
+// It is read afresh for every request, so files are put into place whole. Publishers take turns.
+// What throws, throws std::runtime_error with the reason.
 #pragma once
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
+
+#include "platform/descriptor.h"
 
 struct ReleaseFolder {
   std::filesystem::path root;
@@ -21,8 +25,13 @@ struct ReleaseFolder {
   [[nodiscard]] auto ComponentPath(const std::string& filename, const std::string& version) const {
     return root / "files" / filename / version;
   }
+  [[nodiscard]] auto TakenBackPath() const { return root / "latest" / "taken_back.json"; }
   // Throws when there is no such folder.
   void RequireRoot() const;
+  // The labels that have a manifest, by name.
+  [[nodiscard]] std::vector<std::string> Labels() const;
+  // Waits until no other publisher is at work; until the result is destroyed, none begins. Throws.
+  [[nodiscard]] Descriptor Lock() const;
 };
 
 // Whether `text` names an entry of a folder and nothing else: no way up, down or aside.

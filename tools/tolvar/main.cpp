@@ -4,6 +4,7 @@
 #include <exception>
 #include <iostream>
 
+#include "tools/tolvar/check/command.h"
 #include "tools/tolvar/doctor/doctor.h"
 #include "tools/tolvar/log/command.h"
 
@@ -15,6 +16,9 @@ int Main(int count, char** words) {
   int status = 0;
   AddLog(app, status);
   AddDoctor(app, status);
+#ifdef TOLVAR_HAS_CHECK
+  AddCheck(app, status);
+#endif
   try {
     app.parse(count, words);
   } catch (const CLI::ParseError& error) {

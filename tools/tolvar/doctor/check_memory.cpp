@@ -6,12 +6,10 @@
 #include "tools/tolvar/doctor/proc.h"
 #include "tools/tolvar/doctor/text.h"
 #include "tools/tolvar/doctor/volume.h"
+#include "tools/tolvar/product/needs.h"
 
 namespace doctor {
 namespace {
-
-// A host with the plug-in and its three libraries.
-constexpr std::uint64_t hostBytes = 9000000;
 
 struct Need {
   std::string words;
@@ -21,7 +19,7 @@ struct Need {
 Need NeedOf(const ComponentFile& file) {
   const auto volume = VolumeOf(file.folder);
   const bool twice = volume && volume->inMemory;
-  const std::uint64_t bytes = file.bytes * (twice ? 2 : 1) + hostBytes;
+  const std::uint64_t bytes = product::MemoryNeed(file.bytes, twice);
   return {"fetching " + file.path + (twice ? " into memory" : "") + " takes " + Megabytes(bytes),
           bytes};
 }
@@ -50,7 +48,7 @@ Finding Judge(const std::vector<ComponentFile>& files, std::uint64_t freeBytes) 
   const Need need = LargestNeed(files);
   if (need.bytes == 0) {
     return Warning(available + ", but none of the manifest's files is here yet",
-                   "compare with the largest file's size plus " + Megabytes(hostBytes));
+                   "compare with the largest file's size plus " + Megabytes(product::hostBytes));
   }
   const std::string found = available + ", " + need.words + Unknown(files);
   if (freeBytes >= need.bytes) return Ok(found);

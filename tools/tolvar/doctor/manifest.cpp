@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "tools/tolvar/doctor/captured_log.h"
 #include "tools/tolvar/doctor/product.h"
+#include "tools/tolvar/product/captured_log.h"
 
 namespace doctor {
 namespace {
@@ -32,7 +32,7 @@ ComponentFile FileOf(const Component& component) {
 }  // namespace
 
 std::optional<std::vector<ComponentFile>> ReadManifest(const std::string& path) {
-  const CapturedLog log;
+  const product::CapturedLog log;
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   std::vector<Process> processes;

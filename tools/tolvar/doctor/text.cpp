@@ -20,13 +20,6 @@ std::string Day(std::int64_t sec) {
   return text.data();
 }
 
-std::string Quoted(const std::string& text) {
-  constexpr std::size_t limit = 40;
-  std::string quoted = "\"";
-  for (const char c : text.substr(0, limit)) quoted += c >= ' ' && c <= '~' ? c : '?';
-  return quoted + (text.size() > limit ? "...\"" : "\"");
-}
-
 void AddToList(std::string& text, const std::string& more) {
   constexpr std::size_t limit = 300;
   constexpr char cut[] = "; ...";

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/tolvar/product/config_remarks.h"
+
 namespace doctor {
 
 // "12.3 MB", in decimal units, rounded down.
@@ -12,9 +14,7 @@ namespace doctor {
 // The UTC day of `sec`, seconds since the epoch, as "2031-05-29"; the seconds where it has none.
 [[nodiscard]] std::string Day(std::int64_t sec);
 
-// `text` between quotes, in printable ASCII (others are "?") and cut to 40 characters: it comes
-// from a file that may hold anything.
-[[nodiscard]] std::string Quoted(const std::string& text);
+using product::Quoted;
 
 // Adds `more` to the list in words that `text` is; a list that is long enough gets a "..." instead.
 void AddToList(std::string& text, const std::string& more);

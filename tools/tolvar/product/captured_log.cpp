@@ -1,8 +1,8 @@
-#include "tools/tolvar/doctor/captured_log.h"
+#include "tools/tolvar/product/captured_log.h"
 
 #include "platform/log.h"
 
-namespace doctor {
+namespace product {
 namespace {
 
 std::vector<std::string>* captured = nullptr;
@@ -12,8 +12,8 @@ std::vector<std::string>* captured = nullptr;
 CapturedLog::CapturedLog() { captured = &lines_; }
 CapturedLog::~CapturedLog() { captured = nullptr; }
 
-}  // namespace doctor
+}  // namespace product
 
 void Log(std::string_view text) {
-  if (doctor::captured != nullptr) doctor::captured->emplace_back(text);
+  if (product::captured != nullptr) product::captured->emplace_back(text);
 }

@@ -1,11 +1,11 @@
-// What the product's code logs while a check calls it. Outside of that the lines are dropped: they
+// What the product's code logs while a tool calls it. Outside of that the lines are dropped: they
 // are the supervisor's, not the tool's.
 #pragma once
 
 #include <string>
 #include <vector>
 
-namespace doctor {
+namespace product {
 
 // Keeps the lines that are logged during its life. One at a time.
 class CapturedLog {
@@ -20,4 +20,4 @@ class CapturedLog {
   std::vector<std::string> lines_;
 };
 
-}  // namespace doctor
+}  // namespace product
