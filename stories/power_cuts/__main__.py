@@ -1,0 +1,163 @@
+"""Records every write of flash and card during first install, upgrade and rollback on the emulated
+machine, with a card and without; then starts a device from the states that a power cut among them
+leaves. Each must end up as the cloud says, with file systems that work and no file too many. On the
+bench device; see scripts/power-cuts."""
+
+import argparse
+import itertools
+import random
+import sys
+import time
+from collections.abc import Iterator
+from dataclasses import dataclass, field
+from pathlib import Path
+
+from stories.machine import Machine
+from stories.power_cuts.check import Checker
+from stories.power_cuts.disk import CARD_FROM, empty_disk, has_card, tables_of
+from stories.power_cuts.record import SETTINGS, UPDATES, Recording, Release, prepare, record
+from stories.power_cuts.write_log import Disk, prefixes, reordered
+from stories.terminal import print_table, progress, say
+from stories.world import FOLDER
+
+States = Iterator[tuple[str, Disk]]
+
+
+def record_all(release: Release, folder: Path) -> list[Recording]:
+    recordings = []
+    for card in ["with card", "without card"]:
+        base = empty_disk(folder / card.replace(" ", "-"), SETTINGS, card == "with card")
+        for update in UPDATES:
+            name = f"{update.play.__name__.replace('_', ' ')}, {card}"
+            progress(f"recording: {name}")
+            made = record(update, name, base, release, folder)
+            say(f"recorded: {name}, {sum(write.data != b'' for write in made.writes)} sectors")
+            recordings.append(made)
+            base = recordings[-1].end if update is UPDATES[0] else base
+    return recordings
+
+
+@dataclass
+class Tally:
+    """What was seen of a recording."""
+
+    name: str
+    states: int = 0
+    disks: set[int] = field(default_factory=set)
+    contents: set[tuple[str, bytes]] = field(default_factory=set)
+    started: int = 0
+    converged: int = 0
+    torn: int = 0
+    leaks: int = 0
+
+    def row(self) -> list[str]:
+        return [self.name, *map(str, [self.states, len(self.disks), len(self.contents),
+                                      self.started, self.converged, self.torn, self.leaks])]
+
+
+HEAD = ["recording", "states", "distinct", "in files", "started", "converged", "with torn files",
+        "leaving lost clusters"]
+
+
+class Run:
+    """Takes states of recordings to the checker and counts what comes of them."""
+
+    def __init__(self, checker: Checker, keep: Path) -> None:
+        self._checker = checker
+        self._keep = keep
+        self._start = time.monotonic()
+        self.failed = 0
+
+    def all(self, recording: Recording, states: States, tally: Tally) -> None:
+        """Each state is looked at, each that differs in a file or in the card's tables started."""
+        self._checker.expect(recording.update.version)
+        for moment, disk in states:
+            tally.states += 1
+            self._progress(tally)
+            if disk.key not in tally.disks:
+                tally.disks.add(disk.key)
+                self._look_at(disk, moment, tally)
+
+    def _look_at(self, disk: Disk, moment: str, tally: Tally) -> None:
+        content = self._checker.look(disk.image), tables_of(disk.image)
+        if content in tally.contents:
+            self._checker.leave()
+            return
+        tally.contents.add(content)
+        self._start_from(disk, moment, tally)
+
+    def _start_from(self, disk: Disk, moment: str, tally: Tally) -> None:
+        outcome = self._checker.start(has_card(disk.image))
+        tally.started += 1
+        tally.torn += outcome.torn > 0
+        tally.leaks += outcome.leaks
+        if not outcome.faults:
+            tally.converged += 1
+            return
+        self.failed += 1
+        image = self._keep / f"power-cut-{self.failed}.img"
+        image.write_bytes(disk.image)
+        say("\n    ".join([f"{tally.name}, {moment} ({image}):", *outcome.faults]))
+
+    def _progress(self, tally: Tally) -> None:
+        progress(f"{tally.name}: {tally.states} states, {len(tally.disks)} distinct, "
+                 f"{tally.started} started, {tally.converged} converged; {time.monotonic() - self._start:.0f} s")
+
+
+def states_of(recording: Recording, reorderings: int, seed: int) -> States:
+    return itertools.chain(
+        prefixes(recording.base, recording.writes),
+        reordered(recording.base, recording.writes, CARD_FROM, reorderings, seed))
+
+
+def sample_of(recording: Recording, count: int, seed: int) -> States:
+    """Half of them prefixes, half reordered."""
+    dice = random.Random(seed)
+    writes = recording.writes
+    for cut in sorted(dice.randrange(len(writes)) for _ in range(count - count // 2)):
+        *_, last = prefixes(recording.base, writes[:cut])
+        yield last
+    yield from reordered(recording.base, writes, CARD_FROM, count // 2, seed)
+
+
+def check_all(recordings: list[Recording], run: Run, arguments: argparse.Namespace) -> list[Tally]:
+    tallies = []
+    for number, recording in enumerate(recordings):
+        tally = Tally(recording.name)
+        tallies.append(tally)
+        if arguments.sample:
+            share = arguments.sample * (number + 1) // len(recordings) \
+                - arguments.sample * number // len(recordings)
+            states = sample_of(recording, share, arguments.seed + number)
+        else:
+            states = states_of(recording, arguments.reorderings, arguments.seed + number)
+        run.all(recording, states, tally)
+        say("  ".join(f"{head}: {cell}" for head, cell in zip(HEAD, tally.row())))
+    return tallies
+
+
+def parse_arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(prog="power-cuts")
+    parser.add_argument("--sample", type=int, default=0)
+    parser.add_argument("--reorderings", type=int, default=100)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--keep", type=Path, default=Path("build"))
+    return parser.parse_args()
+
+
+def main() -> int:
+    arguments = parse_arguments()
+    say(f"seed {arguments.seed}")
+    release = prepare()
+    recordings = record_all(release, FOLDER)
+    disk = FOLDER / "state.img"
+    disk.write_bytes(recordings[0].base)
+    with Machine("--disk", f"file={disk},format=raw,file.locking=off") as machine:
+        run = Run(Checker(machine, disk, release), arguments.keep)
+        print_table([HEAD, *(tally.row() for tally in check_all(recordings, run, arguments))],
+                    right=range(1, len(HEAD)))
+    return 1 if run.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
