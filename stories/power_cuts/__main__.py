@@ -48,15 +48,17 @@ class Tally:
     started: int = 0
     converged: int = 0
     torn: int = 0
-    leaks: int = 0
+    card_refuses: int = 0
+    card_needs_check: int = 0
 
     def row(self) -> list[str]:
         return [self.name, *map(str, [self.states, len(self.disks), len(self.contents),
-                                      self.started, self.converged, self.torn, self.leaks])]
+                                      self.started, self.converged, self.torn,
+                                      self.card_refuses, self.card_needs_check])]
 
 
 HEAD = ["recording", "states", "distinct", "in files", "started", "converged", "with torn files",
-        "leaving lost clusters"]
+        "card refuses writes", "card needs fsck"]
 
 
 class Run:
@@ -90,18 +92,27 @@ class Run:
         outcome = self._checker.start(has_card(disk.image))
         tally.started += 1
         tally.torn += outcome.torn > 0
-        tally.leaks += outcome.leaks
-        if not outcome.faults:
+        tally.card_refuses += outcome.card_refuses
+        tally.card_needs_check += outcome.card_needs_check
+        faults = outcome.faults or (self._mend() if outcome.card_refuses else [])
+        if not faults:
             tally.converged += 1
             return
         self.failed += 1
         image = self._keep / f"power-cut-{self.failed}.img"
         image.write_bytes(disk.image)
-        say("\n    ".join([f"{tally.name}, {moment} ({image}):", *outcome.faults]))
+        say("\n    ".join([f"{tally.name}, {moment} ({image}):", *faults]))
+
+    def _mend(self) -> list[str]:
+        """What is still wrong at the next start, after a check of the card."""
+        self._checker.look(self._checker.mend())
+        outcome = self._checker.start(with_card=True)
+        return outcome.faults or ["the card refuses after a check"] * outcome.card_refuses
 
     def _progress(self, tally: Tally) -> None:
+        passed = time.monotonic() - self._start
         progress(f"{tally.name}: {tally.states} states, {len(tally.disks)} distinct, "
-                 f"{tally.started} started, {tally.converged} converged; {time.monotonic() - self._start:.0f} s")
+                 f"{tally.started} started, {tally.converged} converged; {passed:.0f} s")
 
 
 def states_of(recording: Recording, reorderings: int, seed: int) -> States:
@@ -132,7 +143,7 @@ def check_all(recordings: list[Recording], run: Run, arguments: argparse.Namespa
         else:
             states = states_of(recording, arguments.reorderings, arguments.seed + number)
         run.all(recording, states, tally)
-        say("  ".join(f"{head}: {cell}" for head, cell in zip(HEAD, tally.row())))
+        say(", ".join([tally.name, *map(" ".join, zip(tally.row()[1:], HEAD[1:]))]))
     return tallies
 
 

@@ -7,7 +7,7 @@ from pathlib import Path
 
 from stories.device import Failed
 from stories.machine import Machine
-from stories.power_cuts.disk import CARD, card_fault, flash_fault, has_card
+from stories.power_cuts.disk import card_fault, flash_fault, has_card, mended
 from stories.power_cuts.record import LIVE, PROGRAMS, Release
 
 ON_MACHINE = Path(__file__).with_name("on_machine.sh")
@@ -16,12 +16,13 @@ SLOT = re.compile(r"/media/mmc/\.ota/[0-9a-f]{1,8}")
 
 @dataclass(frozen=True)
 class Outcome:
-    """Of a start: what is wrong, if anything; how many copies with a wrong MD5 the host met;
-    whether the card's file system had lost clusters at the end."""
+    """Of a start: what is wrong with device and flash, if anything; how many copies with a wrong
+    MD5 the host met; whether the card could not be written any more, whether it needs a check."""
 
     faults: list[str]
     torn: int
-    leaks: bool
+    card_refuses: bool
+    card_needs_check: bool
 
 
 class Checker:
@@ -58,19 +59,25 @@ class Checker:
     def start(self, with_card: bool) -> Outcome:
         """Starts the device from the state that was looked at last."""
         told = self._ask("run")
-        faults = [line for line in told if line.startswith("!") or line.startswith("kernel: ")]
-        if any("converge" in line for line in faults):
+        faults = [line for line in told if line.startswith("!") or "EXT4" in line]
+        if "! does not converge" in faults:
             faults = told
-        left = self._ask("show")
-        faults += self._too_many([line.split("  ", 1)[-1] for line in left])
+        faults += self._too_many([line.split("  ")[1] for line in self._ask("show")
+                                  if "  " in line])
         faults += self._ask("leave")
         image = self._disk.read_bytes()
-        image = image if with_card else image[:CARD.start]
         scratch = self._disk.with_suffix(".part")
         if fault := flash_fault(image, scratch):
             faults.append(fault)
         torn = next((int(line[5:]) for line in told if line.startswith("torn ")), 0)
-        return Outcome(faults, torn, card_fault(image, scratch) != "")
+        return Outcome(faults, torn, "card refuses" in told,
+                       with_card and card_fault(image, scratch) != "")
+
+    def mend(self) -> bytes:
+        """Has the card checked by fsck.vfat as it may be on a device's start: the disk then."""
+        image = mended(self._disk.read_bytes(), self._disk.with_suffix(".part"))
+        self._disk.write_bytes(image)
+        return image
 
     def _too_many(self, paths: list[str]) -> list[str]:
         """Beside live files, their slots on the flash, and one on the card each."""

@@ -43,9 +43,7 @@ await() {  # SECONDS COMMAND...
 
 converged() { alive && md5sum -s -c /run/want 2>/dev/null; }
 
-usable() {  # FOLDER
-  echo probe >"$1/probe" && [ "$(cat "$1/probe")" = probe ] && rm "$1/probe" || echo "! $1 is not usable"
-}
+usable() { echo probe >"$1/probe" && [ "$(cat "$1/probe")" = probe ] && rm "$1/probe"; } 2>&1
 
 run() {
   dmesg -c >/dev/null
@@ -53,8 +51,8 @@ run() {
     >/run/host.log 2>&1 </dev/null &
   await 90 converged && sleep 1 && converged || { echo "! does not converge"; cat /run/host.log; }
   sed -n 's/^CheckIntegrity \(.*\) vs. \(.*\)/\1 \2/p' /run/host.log | awk '$1 != $2 { n++ } END { print "torn " n + 0 }'
-  usable /opt
-  [ ! -d /media/mmc ] || usable /media/mmc
+  usable /opt || echo "! the flash refuses"
+  [ ! -d /media/mmc ] || { usable /media/mmc && usable /media/mmc/.ota; } || echo "card refuses"
   dmesg | grep -E '(EXT4|FAT)-fs.*(error|Error|corrupt)' | sed 's/^/kernel: /'
 }
 
