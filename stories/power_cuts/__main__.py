@@ -4,7 +4,6 @@ leaves. Each must end up as the cloud says, with file systems that work and no f
 bench device; see scripts/power-cuts."""
 
 import argparse
-import itertools
 import random
 import sys
 import time
@@ -21,6 +20,7 @@ from stories.terminal import print_table, progress, say
 from stories.world import FOLDER
 
 States = Iterator[tuple[str, Disk]]
+Work = Iterator[tuple[Recording, str, States]]
 
 
 def record_all(release: Release, folder: Path) -> list[Recording]:
@@ -31,7 +31,7 @@ def record_all(release: Release, folder: Path) -> list[Recording]:
             name = f"{update.play.__name__.replace('_', ' ')}, {card}"
             progress(f"recording: {name}")
             made = record(update, name, base, release, folder)
-            say(f"recorded: {name}, {sum(write.data != b'' for write in made.writes)} sectors")
+            say(f"recorded: {name}, {sum(write.data != b'' for write in made.writes)} writes")
             recordings.append(made)
             base = recordings[-1].end if update is UPDATES[0] else base
     return recordings
@@ -115,12 +115,6 @@ class Run:
                  f"{tally.started} started, {tally.converged} converged; {passed:.0f} s")
 
 
-def states_of(recording: Recording, reorderings: int, seed: int) -> States:
-    return itertools.chain(
-        prefixes(recording.base, recording.writes),
-        reordered(recording.base, recording.writes, CARD_FROM, reorderings, seed))
-
-
 def sample_of(recording: Recording, count: int, seed: int) -> States:
     """Half of them prefixes, half reordered."""
     dice = random.Random(seed)
@@ -131,17 +125,24 @@ def sample_of(recording: Recording, count: int, seed: int) -> States:
     yield from reordered(recording.base, writes, CARD_FROM, count // 2, seed)
 
 
-def check_all(recordings: list[Recording], run: Run, arguments: argparse.Namespace) -> list[Tally]:
+def work_of(recordings: list[Recording], arguments: argparse.Namespace) -> Work:
+    if arguments.sample:
+        share = -(-arguments.sample // len(recordings))
+        for recording in recordings:
+            yield recording, "sample", sample_of(recording, share, arguments.seed)
+        return
+    for recording in recordings:
+        yield recording, "every cut", prefixes(recording.base, recording.writes)
+    for recording in recordings:
+        yield recording, "reordered", reordered(recording.base, recording.writes, CARD_FROM,
+                                                arguments.reorderings, arguments.seed)
+
+
+def check_all(work: Work, run: Run) -> list[Tally]:
     tallies = []
-    for number, recording in enumerate(recordings):
-        tally = Tally(recording.name)
+    for recording, way, states in work:
+        tally = Tally(f"{recording.name}, {way}")
         tallies.append(tally)
-        if arguments.sample:
-            share = arguments.sample * (number + 1) // len(recordings) \
-                - arguments.sample * number // len(recordings)
-            states = sample_of(recording, share, arguments.seed + number)
-        else:
-            states = states_of(recording, arguments.reorderings, arguments.seed + number)
         run.all(recording, states, tally)
         say(", ".join([tally.name, *map(" ".join, zip(tally.row()[1:], HEAD[1:]))]))
     return tallies
@@ -165,8 +166,8 @@ def main() -> int:
     disk.write_bytes(recordings[0].base)
     with Machine("--disk", f"file={disk},format=raw,file.locking=off") as machine:
         run = Run(Checker(machine, disk, release), arguments.keep)
-        print_table([HEAD, *(tally.row() for tally in check_all(recordings, run, arguments))],
-                    right=range(1, len(HEAD)))
+        tallies = check_all(work_of(recordings, arguments), run)
+    print_table([HEAD, *(tally.row() for tally in tallies)], right=range(1, len(HEAD)))
     return 1 if run.failed else 0
 
 

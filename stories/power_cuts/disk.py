@@ -20,7 +20,7 @@ def partition(kind: int, place: slice) -> bytes:
 
 
 def format_flash(path: Path, files: Path) -> None:
-    subprocess.run(["mke2fs", "-q", "-t", "ext4", "-d", files, "-E",
+    subprocess.run(["mke2fs", "-q", "-t", "ext4", "-b", "4096", "-d", files, "-E",
                     "lazy_itable_init=0,lazy_journal_init=0", path, "8M"], check=True,
                    stdout=subprocess.DEVNULL)
 

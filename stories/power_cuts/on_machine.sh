@@ -32,12 +32,13 @@ alive() {
   done </run/programs
 }
 
-await() {  # SECONDS COMMAND...
-  tries=$(($1 * 5))
-  shift
-  until "$@"; do
-    [ $((tries -= 1)) -gt 0 ] || return 1
-    sleep 0.2
+# Reads the host's log as it comes, since looking again and again takes time from the host.
+await_launches() {
+  missing=$(wc -l </run/programs)
+  # shellcheck disable=SC3045  # BusyBox has it
+  while [ "$missing" -gt 0 ] && read -r -t 120 line; do
+    echo "$line" >>/run/host.log
+    case $line in *"Launch process "*" successfully") missing=$((missing - 1)) ;; esac
   done
 }
 
@@ -47,9 +48,15 @@ usable() { echo probe >"$1/probe" && [ "$(cat "$1/probe")" = probe ] && rm "$1/p
 
 run() {
   dmesg -c >/dev/null
+  : >/run/host.log
+  rm -f /run/host.pipe
+  mkfifo /run/host.pipe
+  exec 3<>/run/host.pipe  # stays open: the host must not find it without a reader
   LD_LIBRARY_PATH=/usr/lib/tolvar /usr/lib/tolvar/tolvar-host /usr/lib/tolvar/libtolvar.so \
-    >/run/host.log 2>&1 </dev/null &
-  await 90 converged && sleep 1 && converged || { echo "! does not converge"; cat /run/host.log; }
+    >&3 2>&1 </dev/null 3>&- &
+  await_launches <&3
+  sleep 1
+  converged || { echo "! does not converge"; cat /run/host.log; }
   sed -n 's/^CheckIntegrity \(.*\) vs. \(.*\)/\1 \2/p' /run/host.log | awk '$1 != $2 { n++ } END { print "torn " n + 0 }'
   usable /opt || echo "! the flash refuses"
   [ ! -d /media/mmc ] || { usable /media/mmc && usable /media/mmc/.ota; } || echo "card refuses"

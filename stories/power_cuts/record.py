@@ -10,6 +10,7 @@ from pathlib import Path
 from stories.cloud import Cloud
 from stories.device import Device, Failed, wait_for
 from stories.machine import EXAMPLES, LIBRARIES, Machine
+from stories.power_cuts.disk import CARD_FROM
 from stories.power_cuts.write_log import Write, read_log
 from stories.world import FOLDER
 
@@ -130,7 +131,7 @@ def record(update: Update, name: str, base: bytes, release: Release, folder: Pat
         machine.device.run("sleep 1; sync; pkill -9 -x 'tolvar-host|streamer|recorder'; sleep 0.2; "
                            "for place in /media/mmc /opt /etc/config /flash; do "
                            "! grep -q \" $place \" /proc/mounts || umount $place; done")
-    return Recording(name, update, base, read_log(log), disk.read_bytes())
+    return Recording(name, update, base, read_log(log, CARD_FROM), disk.read_bytes())
 
 
 def prepare() -> Release:

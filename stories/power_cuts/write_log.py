@@ -9,21 +9,34 @@ from dataclasses import dataclass
 from pathlib import Path
 
 SECTOR = 512
+PAGE_SECTORS = 8
 MAGIC = 0x6A736677736872
 FLUSH, DISCARD = 1, 4
-WINDOW = 48  # how many of the last sectors a device may have written in another order
+WINDOW = 48  # how many of the last writes a device may have done in another order
 
 
 @dataclass(frozen=True)
 class Write:
-    """One sector of a write, since power may go within one; no data for a flush."""
+    """What is written as a whole or not at all; no data for a flush."""
 
     sector: int
     data: bytes
 
 
-def read_log(path: Path) -> list[Write]:
-    """Whatever the head says of their number: it is brought up to date now and then only."""
+def parts(sector: int, data: bytes, card_from: int) -> Iterator[Write]:
+    """Power may go within a write, for a card between any two sectors. The flash writes pages, and
+    its file system relies on that: half a superblock would be the end of it."""
+    step = 1 if sector >= card_from else PAGE_SECTORS
+    at = sector
+    while at < sector + len(data) // SECTOR:
+        after = min(at - at % step + step, sector + len(data) // SECTOR)
+        yield Write(at, data[(at - sector) * SECTOR:(after - sector) * SECTOR])
+        at = after
+
+
+def read_log(path: Path, card_from: int) -> list[Write]:
+    """Whatever the head says of their number: it is brought up to date now and then only. The disk
+    is a card from the sector `card_from` on."""
     log = path.read_bytes()
     magic, _, _, size = struct.unpack_from("<QQQI", log)
     if (magic, size) != (MAGIC, SECTOR):
@@ -34,11 +47,10 @@ def read_log(path: Path) -> list[Write]:
         sector, count, flags, _ = struct.unpack_from("<QQQQ", log, at)
         at += SECTOR
         if flags & DISCARD:
-            writes += [Write(sector + i, bytes(SECTOR)) for i in range(count)]
+            writes += parts(sector, bytes(count * SECTOR), card_from)
             continue
-        for i in range(count):
-            writes.append(Write(sector + i, log[at:at + SECTOR]))
-            at += SECTOR
+        writes += parts(sector, log[at:at + count * SECTOR], card_from)
+        at += count * SECTOR
         if flags & FLUSH:
             writes.append(Write(sector, b""))
     return writes
@@ -53,12 +65,13 @@ class Disk:
         self.key = 0
 
     def write(self, write: Write) -> None:
-        start = write.sector * SECTOR
-        self.key ^= self._part(write.sector) ^ sector_key(write.sector, write.data)
-        self.image[start:start + SECTOR] = write.data
+        for number in range(len(write.data) // SECTOR):
+            self._write(write.sector + number, write.data[number * SECTOR:(number + 1) * SECTOR])
 
-    def _part(self, sector: int) -> int:
-        return sector_key(sector, bytes(self.image[sector * SECTOR:(sector + 1) * SECTOR]))
+    def _write(self, sector: int, data: bytes) -> None:
+        place = slice(sector * SECTOR, (sector + 1) * SECTOR)
+        self.key ^= sector_key(sector, bytes(self.image[place])) ^ sector_key(sector, data)
+        self.image[place] = data
 
 
 def sector_key(sector: int, data: bytes) -> int:
@@ -78,9 +91,9 @@ def prefixes(base: bytes, writes: list[Write]) -> Iterator[tuple[str, Disk]]:
 
 def reordered(base: bytes, writes: list[Write], card_from: int, count: int,
               seed: int) -> Iterator[tuple[str, Disk]]:
-    """`count` states in which of the last sectors before a cut some are written and some not: those
-    of the card, which nothing flushes, from the sector `card_from` on; of the flash those behind
-    the last flush."""
+    """`count` states in which of the last writes before a cut some are done and some not: those of
+    the card, which nothing flushes, from the sector `card_from` on; of the flash those behind the
+    last flush."""
     dice = random.Random(seed)
     for cut in sorted(dice.randrange(len(writes) + 1) for _ in range(count)):
         disk = Disk(base)
