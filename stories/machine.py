@@ -1,6 +1,8 @@
 """The emulated machine as a device of a story, which runs beside it: see device/machine."""
 
+import json
 import os
+import socket
 import subprocess
 from pathlib import Path
 
@@ -19,6 +21,20 @@ def device_of(folder: Path) -> Device:
 def here() -> Device:
     """The machine that the story was started beside."""
     return device_of(Path(os.environ["TOLVAR_MACHINE"]))
+
+
+def monitor(line: str) -> None:
+    """Gives a line to QEMU's monitor, of the machine that the story was started beside."""
+    with socket.socket(socket.AF_UNIX) as connection:
+        connection.connect(f"{os.environ['TOLVAR_MACHINE']}/qmp")
+        stream = connection.makefile("rw")
+        for command, arguments in [("qmp_capabilities", {}),
+                                   ("human-monitor-command", {"command-line": line})]:
+            json.dump({"execute": command, "arguments": arguments}, stream)
+            stream.flush()
+            answer = next(a for a in map(json.loads, stream) if not {"return", "error"}.isdisjoint(a))
+    if answer.get("return") != "":
+        raise Failed(f"{line}: {answer}")
 
 
 class Machine:
