@@ -32,7 +32,8 @@ def monitor(line: str) -> None:
                                    ("human-monitor-command", {"command-line": line})]:
             json.dump({"execute": command, "arguments": arguments}, stream)
             stream.flush()
-            answer = next(a for a in map(json.loads, stream) if not {"return", "error"}.isdisjoint(a))
+            answer = next(said for said in map(json.loads, stream)
+                          if "return" in said or "error" in said)
     if answer.get("return") != "":
         raise Failed(f"{line}: {answer}")
 
