@@ -5,7 +5,7 @@ device; see scripts/machine-faults."""
 import shutil
 import socket
 import sys
-from collections.abc import Callable, Iterator
+from collections.abc import Iterator
 from contextlib import contextmanager
 
 from stories import machine
@@ -122,23 +122,29 @@ def no_route(see: Watch) -> None:
     update(see)
 
 
-def no_cloud(see: Watch) -> None:
+@contextmanager
+def cloud_away(see: Watch) -> Iterator[None]:
     see.world.cloud.end(API)
-    restart_host(see)
-    see.log("Failed to get processes for version latest", 15)
-    see.holds(lambda: not see.world.is_gone("streamer"), "what ran runs on, unsupervised")
-    see.world.cloud.serve(API)
+    try:
+        yield
+    finally:
+        see.world.cloud.serve(API)
+
+
+def no_cloud(see: Watch) -> None:
+    with cloud_away(see):
+        restart_host(see)
+        see.log("Failed to get processes for version latest", 15)
+        see.holds(lambda: not see.world.is_gone("streamer"), "what ran runs on, unsupervised")
     see.log("processes from cloud", 15)
 
 
 def deaf_cloud(see: Watch) -> None:
-    see.world.cloud.end(API)
-    with socket.create_server(("127.0.0.1", API)):
+    with cloud_away(see), socket.create_server(("127.0.0.1", API)):
         old = see.world.pid("recorder")
         see.log("Get latest processes failed", 60)
         see.world.device.run(f"kill -KILL {old}")
         see.runs("recorder", "1.0.0", 60, instead_of=old)
-    see.world.cloud.serve(API)
     update(see)
 
 
@@ -191,10 +197,10 @@ def two_hosts(see: Watch) -> None:
 def out_of_memory(see: Watch) -> None:
     """With the host as the kernel's first choice, the worst case."""
     host = see.world.host.pid
-    gone: Callable[[], bool] = lambda: see.world.device.ask(f"ls /proc/{host}/exe") == ""
     see.world.device.run(f"echo 1000 >/proc/{host}/oom_score_adj; mount -o remount,size=90% /run")
     with state(see, "dd if=/dev/zero of=/run/fill bs=64k", "rm -f /run/fill"):
-        see.holds(gone, "the kernel has killed the host", 10)
+        see.holds(lambda: see.world.device.ask(f"ls /proc/{host}/exe") == "",
+                  "the kernel has killed the host", 10)
     see.world.host.end("KILL")
     see.world.host.start()
     see.log("processes from cloud", 15)
@@ -205,7 +211,8 @@ STEPS = [
     Step("an empty device starts", "install and start both", bootstrap),
     Step("the card is full", "update without the card's copy", card_full),
     Step("the card is read-only", "update without the card's copy", card_read_only),
-    Step("the card is formatted anew", "download a lost file, have a copy on the card again", card_formatted),
+    Step("the card is formatted anew; a file is lost", "fetch it, have a copy on the card again",
+         card_formatted),
     Step("the flash is full, then not any more",
          "run nothing half written, back off, start what the cloud says", flash_full),
     Step("/tmp is full", "update", tmp_full),
