@@ -23,9 +23,9 @@ States = Iterator[tuple[str, Disk]]
 Work = Iterator[tuple[Recording, str, States]]
 
 
-def record_all(release: Release, folder: Path) -> list[Recording]:
+def record_all(release: Release, folder: Path, cards: list[str]) -> list[Recording]:
     recordings = []
-    for card in ["with card", "without card"]:
+    for card in cards:
         base = empty_disk(folder / card.replace(" ", "-"), SETTINGS, card == "with card")
         for update in UPDATES:
             name = f"{update.play.__name__.replace('_', ' ')}, {card}"
@@ -161,7 +161,8 @@ def main() -> int:
     arguments = parse_arguments()
     say(f"seed {arguments.seed}")
     release = prepare()
-    recordings = record_all(release, FOLDER)
+    cards = ["with card", "without card"]
+    recordings = record_all(release, FOLDER, cards[:1] if arguments.sample else cards)
     disk = FOLDER / "state.img"
     disk.write_bytes(recordings[0].base)
     with Machine("--disk", f"file={disk},format=raw,file.locking=off") as machine:
