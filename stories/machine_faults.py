@@ -5,6 +5,7 @@ device; see scripts/machine-faults."""
 import shutil
 import socket
 import sys
+import time
 from collections.abc import Iterator
 from contextlib import contextmanager
 
@@ -207,6 +208,16 @@ def out_of_memory(see: Watch) -> None:
     update(see)
 
 
+def end_of_clock(see: Watch) -> None:
+    """The end of 32-bit time is 2038-01-19 03:14:07, 2147483647."""
+    see.world.device.run("date -s @2147483640")
+    time.sleep(20)
+    old = see.world.pid("recorder")
+    see.world.device.run(f"kill -KILL {old}")
+    see.runs("recorder", "1.0.0", 20, instead_of=old)
+    update(see)
+
+
 STEPS = [
     Step("an empty device starts", "install and start both", bootstrap),
     Step("the card is full", "update without the card's copy", card_full),
@@ -233,6 +244,8 @@ STEPS = [
          out_of_memory),
     Step("the card is pulled while it is mounted; later its folder is gone as well", "update",
          card_pulled),
+    Step("the clock passes the end of 32-bit time; recorder dies", "start it again, update",
+         end_of_clock),
 ]
 
 

@@ -11,7 +11,7 @@ from stories.device import Device, Failed
 from stories.terminal import print_table, progress, say
 from stories.world import FOLDER, World
 
-SIZES = [1, 4, 8, 12, 16, 20, 24, 28, 32, 40]  # MiB
+SIZES = [1, 8, 16, 20, 24, 32, 40]  # MiB
 PLACES = {"flash": "/opt/bulk", "tmpfs": "/run/bulk"}
 SETTLED = "Launch process bulk "
 TURNS = 3
@@ -47,7 +47,7 @@ def install(world: World, mib: int, where: str) -> list[str]:
         line = world.host.lines[world.host.expect(SETTLED, mark, 300)].split(" ", 1)[1]
         outcome = "installed" if "unsuccessfully" not in line else "refused"
         if outcome == "refused":
-            world.host.expect("rollback", mark, 60)
+            world.host.expect("Rollback process bulk", mark, 60)
             outcome += ", rollback asked for"
     except Failed:
         outcome = "no end within the time"
