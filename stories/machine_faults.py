@@ -94,11 +94,12 @@ def card_pulled(see: Watch) -> None:
 
 
 def flash_full(see: Watch) -> None:
+    version = other_version(see)  # whose old files would leave room
     with filled(see, "/opt"):
-        see.world.publish("streamer", other_version(see), maxretries=9)
+        see.world.publish("streamer", version, maxretries=9)
         see.log("Launch process streamer unsuccessfully", 15)
         see.holds(lambda: see.world.is_gone("streamer"), "nothing half written runs")
-    see.runs("streamer", see.world.cloud.listed()["streamer"], 40)
+    see.runs("streamer", version, 40)
 
 
 def tmp_full(see: Watch) -> None:
