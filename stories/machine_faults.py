@@ -143,8 +143,8 @@ def no_cloud(see: Watch) -> None:
 
 def deaf_cloud(see: Watch) -> None:
     with cloud_away(see), socket.create_server(("127.0.0.1", API)):
-        old = see.world.pid("recorder")
         see.log("Get latest processes failed", 60)
+        old = see.world.pid("recorder")
         see.world.device.run(f"kill -KILL {old}")
         see.runs("recorder", "1.0.0", 60, instead_of=old)
     update(see)
