@@ -188,7 +188,7 @@ def no_pkill(see: Watch) -> None:
 
 
 def two_hosts(see: Watch) -> None:
-    second = Host(see.world.device, machine.HOST, FOLDER / "second.log")
+    second = Host(see.world.device, f"env {machine.HOST}", FOLDER / "second.log")
     second.start()
     second.expect("bind heartbeat socket failed", 0, 20)
     see.observed.append(second.lines[0])
