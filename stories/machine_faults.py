@@ -200,7 +200,8 @@ def out_of_memory(see: Watch) -> None:
     """With the host as the kernel's first choice, the worst case."""
     host = see.world.host.pid
     see.world.device.run(f"echo 1000 >/proc/{host}/oom_score_adj; mount -o remount,size=90% /run")
-    with state(see, "dd if=/dev/zero of=/run/fill bs=64k", "rm -f /run/fill"):
+    fill = f"while [ -e /proc/{host}/stat ]; do head -c 500000 /dev/zero >>/run/fill || break; done"
+    with state(see, fill, "rm -f /run/fill"):
         see.holds(lambda: see.world.device.ask(f"ls /proc/{host}/exe") == "",
                   "the kernel has killed the host", 10)
     see.world.host.end("KILL")
