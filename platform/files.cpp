@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "platform/clock.h"
 #include "platform/log.h"
+#include "platform/memory.h"
 #include "platform/shell.h"
 #include "platform/shell_word.h"
 
@@ -39,6 +41,23 @@ void WaitWhileBusy(const std::string& path) {
   do {
     SleepMillis(stepMs);
   } while (UptimeMillis() - startMs < limitMs && IsBusy(path));
+}
+
+// For a file in memory the kernel finds room at any price, and that is the host's life. So a file
+// system of this kind counts as full before.
+[[nodiscard]] bool TakesTooMuchMemory(const std::string& place, std::uint64_t bytes) {
+  constexpr std::uint64_t smallBytes = 1U << 20U;
+  constexpr std::uint32_t tmpfs = 0x01021994;
+  constexpr std::uint32_t ramfs = 0x858458f6;
+  struct statfs status = {};
+  if (bytes <= smallBytes || statfs(place.c_str(), &status) != 0) return false;
+  const auto kind = static_cast<std::uint32_t>(status.f_type);
+  return (kind == tmpfs || kind == ramfs) && !MemoryHolds(bytes);
+}
+
+std::uint64_t SizeOf(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
 int EnsureDir(const std::string& path) {
@@ -88,6 +107,7 @@ int RemovePath(const std::string& path) { return RunShell("rm -f " + ShellWord(p
 int CopyToPath(const std::string& dst, const std::string& src) {
   if (EnsureDir(ParentPath(dst)) != 0) return 1;
   if (S_ISFIFO(ModeOf(dst))) return 1;  // "cp" would wait for a reader, and supervision with it
+  if (TakesTooMuchMemory(ParentPath(dst), SizeOf(src))) return 1;
   WaitWhileBusy(dst);
   return RunShell("cp -a " + ShellWord(src) + " " + ShellWord(dst)) ? 0 : 1;
 }
@@ -101,7 +121,7 @@ int WriteFile(const std::string& path, const std::vector<char>& data) {
     Log("Failed to open file " + path);
     return 1;
   }
-  WriteAll(file.Get(), data);
+  if (!TakesTooMuchMemory(path, data.size())) WriteAll(file.Get(), data);
   return 0;
 }
 

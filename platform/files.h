@@ -38,11 +38,12 @@
 
 // Creates the parent of `dst` when it is missing, then runs "cp -a SRC DST" (destination first
 // here, source first there). Fails, without a message, when the parent cannot be created, `dst` is
-// a pipe or the shell could not be run.
+// a pipe or in memory that does not hold `src` once more, or the shell could not be run.
 [[nodiscard]] int CopyToPath(const std::string& dst, const std::string& src);
 
 // Writes `data` to `path`, replacing what it held. Fails only when `path` cannot be opened, with
-// "Failed to open file ..."; a short write goes unnoticed until the file is verified.
+// "Failed to open file ..."; a short write goes unnoticed until the file is verified. A file system
+// in memory counts as full where memory does not hold `data` once more.
 [[nodiscard]] int WriteFile(const std::string& path, const std::vector<char>& data);
 
 // Creates the parent of `path` when it is missing ("Failed to create dir ..." when that fails),

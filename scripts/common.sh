@@ -54,6 +54,13 @@ build() {  # PRESET [TARGET...]
   flock build/lock cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
+# The emulated machine's images, and the product for it.
+make_machine() {
+  scripts/sysroot
+  device/machine-images
+  build mipsel tolvar tolvar-host examples
+}
+
 play() {  # STORY [ARGUMENT...]
   exec device/bench -- python3 -B -m "stories.$1" "${@:2}"
 }

@@ -1,5 +1,5 @@
 """The road of an update, from an empty device to running, verified, up-to-date processes and back
-from a release that cannot live, on the bench device: see scripts/demo."""
+from a release that cannot live, on an emulated device: see scripts/demo."""
 
 import argparse
 import shutil
@@ -7,6 +7,7 @@ import sys
 import time
 from pathlib import Path
 
+from stories import machine
 from stories.cloud import run
 from stories.demo_prompt import stay
 from stories.steps import Step, Watch, play_steps
@@ -179,14 +180,22 @@ def parse_arguments() -> argparse.Namespace:
     way = parser.add_mutually_exclusive_group()
     way.add_argument("--stay", action="store_true")
     way.add_argument("--prompt", action="store_true")
-    parser.add_argument("--target", action="store_true")
+    device = parser.add_mutually_exclusive_group()
+    device.add_argument("--target", action="store_true")
+    device.add_argument("--machine", action="store_true")
     parser.add_argument("--keep", type=Path, default=Path("build"))
     return parser.parse_args()
 
 
+def make_world(arguments: argparse.Namespace) -> World:
+    if arguments.machine:
+        return World(SETTINGS, machine.HOST, machine.here(), machine.EXAMPLES)
+    return World(SETTINGS, TARGET_HOST if arguments.target else HOST)
+
+
 def main() -> int:
     arguments = parse_arguments()
-    world = World(SETTINGS, TARGET_HOST if arguments.target else HOST)
+    world = make_world(arguments)
     happened = open_at_once(world) if arguments.prompt else play(world, arguments.stay)
     keep_log(world, arguments.keep)
     return 0 if happened else 1

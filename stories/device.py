@@ -13,9 +13,11 @@ class Failed(Exception):
 @dataclass(frozen=True)
 class Device:
     """Runs command lines on the device: behind `shell`, which is a plain one where the story itself
-    runs on the device, as it does on the bench."""
+    runs on the device, as it does on the bench. It takes `pace` times as long as that for what it
+    does."""
 
     shell: tuple[str, ...] = ("sh", "-c")
+    pace: float = 1
 
     def run(self, line: str, stdin: str = "") -> str:
         """Its output without the last newline; raises Failed when it fails."""

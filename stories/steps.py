@@ -16,21 +16,24 @@ class Watch:
     def __init__(self, world: World) -> None:
         self.world = world
         self.observed: list[str] = []
+        self._pace = world.device.pace
         self._mark = len(world.host.lines)  # the first line that the step has not seen yet
 
     def log(self, text: str, seconds: float) -> None:
         """Expects a line with `text` behind the last one seen."""
+        seconds *= self._pace
         progress(f"         up to {seconds} s for: {text}")
         found = self.world.host.expect(text, self._mark, seconds)
         self._mark = found + 1
         self.observed.append(self.world.host.lines[found])
 
     def holds(self, condition: Callable[[], bool], text: str, seconds: float = 0) -> None:
-        if not wait_for(seconds, condition):
+        if not wait_for(seconds * self._pace, condition):
             raise Failed(f"not so: {text}")
         self.observed.append(text)
 
     def runs(self, name: str, version: str, seconds: float, instead_of: int = 0) -> None:
+        seconds *= self._pace
         if not wait_for(seconds, lambda: self.world.runs(name, version, instead_of)):
             raise Failed(f"{name} {version} does not run anew within {seconds} s")
         pids = f"{instead_of or 'none'} -> {self.world.pid(name)}"
@@ -39,8 +42,8 @@ class Watch:
     def report(self, part: str) -> None:
         """Expects a report with a process of which `part`, a regular expression, holds."""
         look = f"grep -oh -m 1 '{{[^{{]*{part}[^}}]*}}' {REPORTS} | head -n 1"
-        progress(f"         up to 25 s for a report with {part}")
-        if not wait_for(25, lambda: self.world.device.ask(look) != ""):
+        progress(f"         up to {25 * self._pace} s for a report with {part}")
+        if not wait_for(25 * self._pace, lambda: self.world.device.ask(look) != ""):
             raise Failed(f"no report with {part}")
         self.observed.append(self.world.device.ask(look))
 

@@ -152,6 +152,21 @@ TEST_F(FilesTest, NobodyWaitsForThePipeAtACopysPlace) {
   EXPECT_EQ(poll(&end, 1, 0), 0) << "its reader has seen somebody come and go";
 }
 
+TEST_F(FilesTest, AFileInMemoryIsNotWrittenWhereMemoryDoesNotHoldIt) {
+  constexpr std::size_t threeMb = 3145728;
+  const std::vector<char> data(threeMb, 'x');
+  WriteText("/tmp/meminfo", "MemTotal: 65536 kB\nMemAvailable: 11264 kB\n");
+  Arrange("mount --bind /tmp/meminfo /proc/meminfo");
+  EXPECT_EQ(WriteFile("/tmp/held", data), 0);
+  EXPECT_EQ(ReadText("/tmp/held").size(), threeMb);
+
+  WriteText("/tmp/meminfo", "MemTotal: 65536 kB\nMemAvailable: 11263 kB\n");
+  EXPECT_EQ(WriteFile("/tmp/refused", data), 0) << "as on a full disk";
+  EXPECT_EQ(ReadText("/tmp/refused"), "");
+  EXPECT_EQ(CopyToPath("/tmp/copy", "/tmp/held"), 1);
+  EXPECT_THAT(fakeShell.commands, IsEmpty());
+}
+
 TEST_F(FilesTest, APipeIsNotOpenedToSeeWhetherItIsBusy) {
   Arrange("mkfifo /tmp/pipe");
   const Descriptor reader(open("/tmp/pipe", O_RDONLY | O_NONBLOCK));
