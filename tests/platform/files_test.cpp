@@ -163,7 +163,7 @@ TEST_F(FilesTest, AFileInMemoryIsNotWrittenWhereMemoryDoesNotHoldIt) {
   WriteText("/tmp/meminfo", "MemTotal: 65536 kB\nMemAvailable: 11263 kB\n");
   EXPECT_EQ(WriteFile("/tmp/refused", data), 0) << "as on a full disk";
   EXPECT_EQ(ReadText("/tmp/refused"), "");
-  EXPECT_EQ(CopyToPath("/tmp/copy", "/tmp/held"), 1);
+  EXPECT_EQ(CopyToPath("/tmp/new/copy", "/tmp/held"), 1);
   EXPECT_THAT(fakeShell.commands, IsEmpty());
 }
 
