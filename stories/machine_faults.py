@@ -151,9 +151,10 @@ def deaf_cloud(see: Watch) -> None:
 
 
 def long_ago(see: Watch) -> None:
+    """On the second of January: the kernel refuses a time before the machine's start."""
     now = see.world.device.run("date +%s")
     see.world.host.end("KILL")
-    with state(see, "date -s @60", f"date -s @{now}"):
+    with state(see, "date -s @86400", f"date -s @{now}"):
         see.world.host.start()
         see.log("Failed to get processes for version latest", 20)
     see.log("processes from cloud", 15)
@@ -213,8 +214,9 @@ def out_of_memory(see: Watch) -> None:
 def end_of_clock(see: Watch) -> None:
     """The end of 32-bit time is 2038-01-19 03:14:07, 2147483647. This userland's own seconds have
     32 bits: ls, ps, pgrep and pkill do not see what starts later."""
-    recorders = ("for pid in $(seq 999); do read -r name </proc/$pid/comm && "
-                 "[ $name = recorder ] && echo $pid; done 2>/dev/null; true")
+    recorders = ("read -r _ _ _ _ last </proc/loadavg; for pid in $(seq $last); do "
+                 "read -r name </proc/$pid/comm && [ $name = recorder ] && echo $pid; "
+                 "done 2>/dev/null; true")
     see.world.device.run("date -s @2147483640")
     time.sleep(20)
     see.log("processes from cloud", 10)
