@@ -18,11 +18,13 @@ namespace {
 // Neither to be passed on to commands nor to wait for the other end, should the path be a pipe's.
 constexpr int carefully = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-// What `path` is, symbolic links followed; 0 when it is nothing.
-mode_t ModeOf(const std::string& path) {
+// What lies at `path`, symbolic links followed; zeros when it is nothing.
+struct stat StatusOf(const std::string& path) {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 ? status.st_mode : 0;
+  if (stat(path.c_str(), &status) != 0) status = {};
+  return status;
 }
+mode_t ModeOf(const std::string& path) { return StatusOf(path).st_mode; }
 
 [[nodiscard]] bool IsBusy(const std::string& path) {
   if (!S_ISREG(ModeOf(path))) return false;
@@ -55,9 +57,10 @@ void WaitWhileBusy(const std::string& path) {
   return (kind == tmpfs || kind == ramfs) && !MemoryHolds(bytes);
 }
 
-std::uint64_t SizeOf(const std::string& path) {
-  struct stat status = {};
-  return stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+// By how much a copy of `src` over `dst` grows the latter: "cp" empties it first.
+std::uint64_t GrowthBy(const std::string& src, const std::string& dst) {
+  const auto growth = StatusOf(src).st_size - StatusOf(dst).st_size;
+  return growth > 0 ? static_cast<std::uint64_t>(growth) : 0;
 }
 
 int EnsureDir(const std::string& path) {
@@ -107,7 +110,7 @@ int RemovePath(const std::string& path) { return RunShell("rm -f " + ShellWord(p
 int CopyToPath(const std::string& dst, const std::string& src) {
   if (EnsureDir(ParentPath(dst)) != 0) return 1;
   if (S_ISFIFO(ModeOf(dst))) return 1;  // "cp" would wait for a reader, and supervision with it
-  if (TakesTooMuchMemory(ParentPath(dst), SizeOf(src))) return 1;
+  if (TakesTooMuchMemory(ParentPath(dst), GrowthBy(src, dst))) return 1;
   WaitWhileBusy(dst);
   return RunShell("cp -a " + ShellWord(src) + " " + ShellWord(dst)) ? 0 : 1;
 }

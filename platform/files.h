@@ -38,7 +38,7 @@
 
 // Creates the parent of `dst` when it is missing, then runs "cp -a SRC DST" (destination first
 // here, source first there). Fails, without a message, when the parent cannot be created, `dst` is
-// a pipe or in memory that does not hold `src` once more, or the shell could not be run.
+// a pipe or in memory that does not hold what `src` adds to it, or the shell could not be run.
 [[nodiscard]] int CopyToPath(const std::string& dst, const std::string& src);
 
 // Writes `data` to `path`, replacing what it held. Fails only when `path` cannot be opened, with

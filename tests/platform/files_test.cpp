@@ -165,6 +165,10 @@ TEST_F(FilesTest, AFileInMemoryIsNotWrittenWhereMemoryDoesNotHoldIt) {
   EXPECT_EQ(ReadText("/tmp/refused"), "");
   EXPECT_EQ(CopyToPath("/tmp/new/copy", "/tmp/held"), 1);
   EXPECT_THAT(fakeShell.commands, IsEmpty());
+
+  WriteText("/tmp/new/copy", std::string(threeMb, 'o'));
+  EXPECT_EQ(CopyToPath("/tmp/new/copy", "/tmp/held"), 0) << "it takes the place of the old one";
+  EXPECT_THAT(fakeShell.commands, ElementsAre("cp -a /tmp/held /tmp/new/copy"));
 }
 
 TEST_F(FilesTest, APipeIsNotOpenedToSeeWhetherItIsBusy) {
