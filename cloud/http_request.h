@@ -3,7 +3,7 @@
 // Everything is static state used by the main loop's thread alone, one request at a time. That is
 // also what makes it safe that every request initialises and cleans up libcurl's global state
 // around itself: no connection, session or handle survives a request. A request blocks its thread
-// for up to its time-out (30 s for the API, 120 s for a file).
+// for up to its time-out.
 //
 // Success means that a transfer completed. The HTTP status is never read: an error answer of the
 // cloud reaches the caller's parser as a body, and its page instead of a file fails the integrity
@@ -19,6 +19,12 @@
 
 constexpr int requestNotPrepared = 1;
 constexpr int transferFailed = 2;
+
+// The calls of the API, behind the cloud's address; how long one may take, and a file.
+constexpr char getProcessesPath[] = "/device/process/get_processes";
+constexpr char getDownloadLocationPath[] = "/device/process/get_download_location";
+constexpr long callTimeoutSec = 30;
+constexpr long fileTimeoutSec = 120;
 
 class HttpRequest {
  public:

@@ -54,7 +54,7 @@ CJsonText RequestText(std::initializer_list<Field> callFields) {
   session.Set(CURLOPT_POSTFIELDS, text);
   session.Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(std::strlen(text)));
   session.Set(CURLOPT_HTTPHEADER, headers);
-  return ResultOf(session.Perform(30L, body));
+  return ResultOf(session.Perform(callTimeoutSec, body));
 }
 
 [[nodiscard]] int Post(const Call& call, std::initializer_list<Field> callFields,
@@ -73,7 +73,7 @@ CJsonText RequestText(std::initializer_list<Field> callFields) {
 
 int HttpRequest::GetProcess(const std::string& version, const std::string& processname,
                             std::vector<char>& body) {
-  return Post({"/device/process/get_processes", "Get processes"},
+  return Post({getProcessesPath, "Get processes"},
               {{"version", version}, {"processname", processname}}, body);
 }
 
@@ -83,6 +83,6 @@ int HttpRequest::GetProcesses(const std::string& version, std::vector<char>& bod
 
 int HttpRequest::GetDownloadLocation(const std::string& processname, const std::string& filename,
                                      const std::string& version, std::vector<char>& body) {
-  return Post({"/device/process/get_download_location", "Get download location"},
+  return Post({getDownloadLocationPath, "Get download location"},
               {{"processname", processname}, {"filename", filename}, {"version", version}}, body);
 }

@@ -19,7 +19,7 @@ namespace {
   const CURLcode trust = session.VerifyPeer();
   if (trust != CURLE_OK) return ResultOf(trust);
   session.Set(CURLOPT_URL, url.c_str());
-  return ResultOf(session.Perform(120L, body));
+  return ResultOf(session.Perform(fileTimeoutSec, body));
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ CARD = "/media/mmc"
 @contextmanager
 def state(see: Watch, begin: str, end: str) -> Iterator[None]:
     """What the command line `begin` brings about and `end` takes back."""
-    see.world.device.ask(begin)
+    see.world.device.run(begin)
     try:
         yield
     finally:

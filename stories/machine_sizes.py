@@ -22,7 +22,7 @@ def publish(world: World, mib: int, place: str) -> str:
     source, version = FOLDER / "bulk", os.urandom(4).hex()
     source.write_bytes(os.urandom(mib << 20))
     world.cloud.change("publish", "--label", "latest", "--process", "bulk", "--version", version,
-                       "--maxretries", "1", "--entrypoint", ":",
+                       "--maxretries", "1", "--entrypoint", ": &",
                        "--component", f"{source},bulk,{place}")
     return f"https://cloud.test:8443/files/bulk/{version}"
 

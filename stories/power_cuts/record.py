@@ -9,14 +9,13 @@ from pathlib import Path
 
 from stories.cloud import Cloud
 from stories.device import Device, Failed, wait_for
-from stories.machine import EXAMPLES, LIBRARIES, Machine
+from stories.machine import EXAMPLES, HOST, Machine
 from stories.power_cuts.disk import CARD_FROM
 from stories.power_cuts.write_log import Write, read_log
-from stories.world import FOLDER
+from stories.world import BUILD, FOLDER
 
 SETTINGS = "bootstrap_interval=3\n"
-START_HOST = (f"LD_LIBRARY_PATH={LIBRARIES} {LIBRARIES}/tolvar-host {LIBRARIES}/libtolvar.so "
-              ">/run/host.log 2>&1 </dev/null &")
+START_HOST = f"{HOST} >/run/host.log 2>&1 </dev/null &"
 # What the kernel holds back for seconds is written sooner here: more states to cut at.
 WRITE_SOON = "sysctl -q -w vm.dirty_writeback_centisecs=20 vm.dirty_expire_centisecs=20"
 PROGRAMS = {"streamer": 24_000, "recorder": 16_000}  # with the size they are given
@@ -121,9 +120,9 @@ def record(update: Update, name: str, base: bytes, release: Release, folder: Pat
     disk, log = folder / "disk.img", folder / "writes.log"
     disk.write_bytes(base)
     log.write_bytes(b"")
-    spec = (f"driver=blklogwrites,file.driver=file,file.filename={disk},"
-            f"log.driver=file,log.filename={log},log-sector-size=512")
-    with Machine("--disk", spec) as machine:
+    drive = (f"driver=blklogwrites,file.driver=file,file.filename={disk},"
+             f"log.driver=file,log.filename={log},log-sector-size=512")
+    with Machine("--disk", drive) as machine:
         ca = (release.cloud.certs / "ca.pem").read_text()
         machine.device.run("cat >/tmp/cacert.pem", ca)
         machine.device.run(f"{WRITE_SOON}; {START_HOST}")
@@ -136,7 +135,7 @@ def record(update: Update, name: str, base: bytes, release: Release, folder: Pat
 
 def prepare() -> Release:
     components = FOLDER / "components"
-    release = Release(Cloud(Path("build/release/tools/cloud/tolvar-cloud"), FOLDER), components)
+    release = Release(Cloud(BUILD / "tools/cloud/tolvar-cloud", FOLDER), components)
     make_components(components)
     release.cloud.serve()
     return release

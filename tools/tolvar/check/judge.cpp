@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "supervisor/processes.h"
-#include "tools/tolvar/product/captured_log.h"
+#include "tools/tolvar/product/read_manifest.h"
 
 namespace check {
 
@@ -18,10 +17,7 @@ std::string At(std::size_t process, std::size_t component, const char* key) {
 }
 
 std::vector<Process> ProcessesOf(const std::string& text) {
-  const product::CapturedLog log;
-  std::vector<Process> processes;
-  if (Processes::ParseResponse(text.c_str(), processes) != 0) processes.clear();
-  return processes;
+  return product::ReadManifest(text).value_or(std::vector<Process>());
 }
 
 const Process* FindByName(const std::string& name, const std::vector<Process>& processes) {

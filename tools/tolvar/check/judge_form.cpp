@@ -1,17 +1,10 @@
 // Where a manifest is faulty is found by having the product read each of its pieces alone.
 #include "platform/json.h"
-#include "supervisor/processes.h"
 #include "tools/tolvar/check/judge.h"
-#include "tools/tolvar/product/captured_log.h"
+#include "tools/tolvar/product/read_manifest.h"
 
 namespace check {
 namespace {
-
-[[nodiscard]] bool IsManifest(const std::string& text) {
-  const product::CapturedLog log;
-  std::vector<Process> processes;
-  return Processes::ParseResponse(text.c_str(), processes) == 0;
-}
 
 // Whether `process`, with the one component `component` or with none, can be read.
 [[nodiscard]] bool CanBeRead(const cJSON* process, const cJSON* component) {
@@ -22,7 +15,9 @@ namespace {
     if (component != nullptr) cJSON_AddItemToArray(components, cJSON_Duplicate(component, 1));
   }
   const CJsonText text(cJSON_PrintUnformatted(copy.get()));
-  return text && IsManifest(std::string(R"({"data":{"processes":[)") + text.get() + "]}}");
+  return text &&
+         product::ReadManifest(std::string(R"({"data":{"processes":[)") + text.get() + "]}}")
+             .has_value();
 }
 
 std::string FaultOf(const cJSON* process, std::size_t index) {
@@ -52,7 +47,8 @@ std::string Fault(const std::string& text) {
 }  // namespace
 
 void JudgeForm(const Release& release, Findings& findings) {
-  if (!IsManifest(release.text)) return findings.Add(Id::NoManifest, Fault(release.text));
+  if (!product::ReadManifest(release.text))
+    return findings.Add(Id::NoManifest, Fault(release.text));
   if (release.processes.empty()) findings.Add(Id::EmptyList, "/data/processes");
   for (std::size_t i = 0; i < release.processes.size(); ++i) {
     for (std::size_t j = 0; j < i; ++j) {

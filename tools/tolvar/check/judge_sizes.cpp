@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include "cloud/http_request.h"
 #include "tools/tolvar/check/judge.h"
 #include "tools/tolvar/check/system.h"
 #include "tools/tolvar/product/needs.h"
@@ -18,7 +19,7 @@ std::string Kilobytes(std::uint64_t bytes) { return std::to_string(bytes / 1000)
 void JudgeSize(std::uint64_t bytes, const Component& component, const std::string& place,
                const Limits& limits, Findings& findings) {
   const std::string what = component.filename + " has " + Kilobytes(bytes);
-  if (limits.bytesPerSec > 0 && bytes > limits.bytesPerSec * product::downloadSec) {
+  if (limits.bytesPerSec > 0 && bytes > limits.bytesPerSec * fileTimeoutSec) {
     const std::uint64_t sec = (bytes + limits.bytesPerSec - 1) / limits.bytesPerSec;
     findings.Add(Id::SlowDownload, place, what + ", which take " + std::to_string(sec) + " s");
   }

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "tools/tolvar/doctor/product.h"
-#include "tools/tolvar/product/captured_log.h"
+#include "tools/tolvar/product/read_manifest.h"
 
 namespace doctor {
 namespace {
@@ -32,13 +32,12 @@ ComponentFile FileOf(const Component& component) {
 }  // namespace
 
 std::optional<std::vector<ComponentFile>> ReadManifest(const std::string& path) {
-  const product::CapturedLog log;
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
-  std::vector<Process> processes;
-  if (Processes::ParseResponse(text.str().c_str(), processes) != 0) return std::nullopt;
+  const auto processes = product::ReadManifest(text.str());
+  if (!processes) return std::nullopt;
   std::vector<ComponentFile> files;
-  for (const Process& process : processes) {
+  for (const Process& process : *processes) {
     for (const Component& component : process.components) files.push_back(FileOf(component));
   }
   return files;

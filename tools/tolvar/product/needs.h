@@ -8,9 +8,6 @@ namespace product {
 // A host with the plug-in and its three libraries.
 inline constexpr std::uint64_t hostBytes = 9000000;
 
-// The time in which a whole file must arrive.
-inline constexpr std::uint64_t downloadSec = 120;
-
 // The memory that fetching a file of `bytes` takes: the file, a second time where its place is in
 // memory as well, and the host.
 [[nodiscard]] constexpr std::uint64_t MemoryNeed(std::uint64_t bytes, bool placeIsInMemory) {

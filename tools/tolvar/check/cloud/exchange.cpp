@@ -8,12 +8,9 @@
 #include "cloud/identity.h"
 #include "cloud/session.h"
 #include "platform/json.h"
-#include "tools/tolvar/product/needs.h"
 
 namespace check {
 namespace {
-
-constexpr long callSec = 30;
 
 // What stands behind `start` in `line`; null when it does not begin so, in any case of letters.
 const char* Behind(const std::string& line, const char* start) {
@@ -108,13 +105,13 @@ Answer Ask(const Identity& identity, const std::string& path,
   device.Own().Set(CURLOPT_POSTFIELDS, text.c_str());
   device.Own().Set(CURLOPT_POSTFIELDSIZE, static_cast<long>(text.size()));
   device.Own().Set(CURLOPT_HTTPHEADER, headers);
-  return device.Perform(callSec);
+  return device.Perform(callTimeoutSec);
 }
 
 Answer Fetch(const Identity& identity, const std::string& url) {
   DeviceSession device(identity);
   device.Own().Set(CURLOPT_URL, url.c_str());
-  return device.Perform(static_cast<long>(product::downloadSec));
+  return device.Perform(fileTimeoutSec);
 }
 
 }  // namespace check

@@ -8,19 +8,19 @@
 #include <ctime>
 #include <set>
 
+#include "cloud/http_request.h"
 #include "platform/descriptor.h"
 #include "platform/digest.h"
 #include "process/parse_manifest.h"
 #include "tools/tolvar/check/judge.h"
 #include "tools/tolvar/product/captured_log.h"
+#include "tools/tolvar/product/read_manifest.h"
 
 namespace check {
 namespace {
 
 using Verdict = Exchange::Verdict;
 
-constexpr char processesPath[] = "/device/process/get_processes";
-constexpr char locationPath[] = "/device/process/get_download_location";
 constexpr char latest[] = "latest";
 constexpr char lastKnownGood[] = "lastknowngood";
 
@@ -98,18 +98,17 @@ class Device {
   // The label's manifest; empty when a device cannot use the answer.
   std::string AskForAll(const std::string& label) {
     const std::string asked = "list of \"" + label + "\"";
-    Answer answer = Ask(identity_, processesPath, {{"version", label}, {"processname", ""}});
+    Answer answer = Ask(identity_, getProcessesPath, {{"version", label}, {"processname", ""}});
     JudgeCertificate(answer);
     if (IsLost(asked, answer, "keeps what it runs, asks again")) return "";
     const std::string text = ManifestText(answer.body);
-    const product::CapturedLog log;
-    std::vector<Process> processes;
+    const auto processes = product::ReadManifest(text);
     answer.body.pop_back();  // the text's end
-    if (ParseManifest(text.c_str(), processes) != 0) {
+    if (!processes) {
       Add(Verdict::Error, asked, answer, "finds no manifest, keeps what it runs, asks again");
       return "";
     }
-    const std::string what = "takes it: " + std::to_string(processes.size()) + " processes";
+    const std::string what = "takes it: " + std::to_string(processes->size()) + " processes";
     const bool isRefusal = answer.status >= 400;
     Add(isRefusal ? Verdict::Warning : Verdict::Ok, asked, answer,
         isRefusal ? what + ", whatever the status" : what);
@@ -142,7 +141,7 @@ class Device {
   void AskForOne(const std::string& label, const Process& process) {
     const std::string asked = "\"" + process.name + "\" of \"" + label + "\"";
     Answer answer =
-        Ask(identity_, processesPath, {{"version", label}, {"processname", process.name}});
+        Ask(identity_, getProcessesPath, {{"version", label}, {"processname", process.name}});
     if (IsLost(asked, answer, "cannot roll back")) return;
     const std::vector<Process> list = ProcessesOf(ManifestText(answer.body));
     answer.body.pop_back();  // the text's end
@@ -177,7 +176,7 @@ class Device {
   // The address; empty when there is none that a device should be given.
   std::string Locate(const Component& component, const std::string& what) {
     const std::string asked = "address of " + what;
-    const Answer answer = Ask(identity_, locationPath,
+    const Answer answer = Ask(identity_, getDownloadLocationPath,
                               {{"processname", component.processname},
                                {"filename", component.filename},
                                {"version", component.version}});
