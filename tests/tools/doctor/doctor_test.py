@@ -78,6 +78,8 @@ CARD = "mount -t tmpfs -o size=64m card /media/mmc"
 NO_CARD = "umount /media/mmc"
 
 # fmt: off
+# "none": otherwise mount would give back options that it finds listed, such as the mount's owner, who
+# has no number on the device of an ordinary user.
 ROWS = [
     Row("the shell is none", "shell", f"mount --bind /bin/false {SHELL}", "bad", "does not run command lines", f"umount {SHELL}"),
     Row("pkill is missing", "pkill", shadow("pkill", "exit 127"), "bad", "does not kill", "rm /run/tools/pkill"),
@@ -86,7 +88,7 @@ ROWS = [
     Row("cp knows no -a", "cp", shadow("cp", "exit 1"), "bad", "copies nothing", "rm /run/tools/cp"),
     Row("cp loses modes", "cp", shadow("cp", "exec /bin/cp --no-preserve=mode $2 $3"), "bad", "does not keep", "rm /run/tools/cp"),
     Row("rm does nothing", "rm", shadow("rm", "exit 0"), "warning", "removes nothing", "/bin/rm /run/tools/rm"),
-    Row("/tmp is read-only", "cp", "mount -o remount,ro /tmp", "warning", "could not be tried", "mount -o remount,rw /tmp"),
+    Row("/tmp is read-only", "cp", "mount -o remount,ro none /tmp", "warning", "could not be tried", "mount -o remount,rw none /tmp"),
     Row("the interface is down", "wlan0", "ip link set wlan0 down", "bad", "down", "ip link set wlan0 up"),
     Row("the interface has another name", "wlan0", "ip link set wlan0 name wlan1", "bad", "no such interface", "ip link set wlan1 name wlan0"),
     Row("the interface is not Ethernet", "wlan0", "ip link set wlan0 name wlan1 && ip link set lo name wlan0", "bad", "without an Ethernet address", "ip link set wlan0 name lo && ip link set wlan1 name wlan0"),
@@ -112,9 +114,9 @@ ROWS = [
     Row("a thousand lines of rubbish", "configuration", f"head -c 100000 /dev/urandom >{CONFIG}", "warning", "; ...", NO_CONFIG),
     Row("a folder instead of the file", "configuration", f"mkdir {CONFIG}", "warning", "is no file", NO_CONFIG),
     Row("a folder of the flash", "card", NO_CARD, "warning", "counts as one", CARD),
-    Row("a read-only card", "card", "mount -o remount,ro /media/mmc", "warning", "read-only", "mount -o remount,rw /media/mmc"),
+    Row("a read-only card", "card", "mount -o remount,ro none /media/mmc", "warning", "read-only", "mount -o remount,rw none /media/mmc"),
     Row("a full card", "card", "head -c 60M /dev/zero >/media/mmc/full", "warning", "no room", "rm /media/mmc/full"),
-    Row("read-only flash", "room", "mount -o remount,ro /opt/app", "bad", "nothing can be written", "mount -o remount,rw /opt/app"),
+    Row("read-only flash", "room", "mount -o remount,ro none /opt/app", "bad", "nothing can be written", "mount -o remount,rw none /opt/app"),
     Row("full flash", "room", "head -c 60M /dev/zero >/opt/app/full", "bad", f"{BIG_FILE} takes 20.9 MB", "rm /opt/app/full"),
     Row("no manifest", "room", f"mv {MANIFEST} /run/m", "bad", "is not there or no manifest", f"mv /run/m {MANIFEST}"),
     Row("a folder for a manifest", "room", f"mv {MANIFEST} /run/m; mkdir {MANIFEST}", "bad", "is not there or no manifest", f"rmdir {MANIFEST}; mv /run/m {MANIFEST}"),
