@@ -39,9 +39,13 @@ install_packages() {  # PACKAGE...
   done
   ((${#missing[@]})) || return 0
   say "installing ${missing[*]}"
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}" >/dev/null
+  mkdir -p build
+  (
+    flock 9  # scripts may run side by side
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+      "${missing[@]}" >/dev/null
+  ) 9>build/packages
 }
 
 build() {  # PRESET [TARGET...]
