@@ -71,22 +71,15 @@ class Run:
         self.failed = 0
 
     def all(self, recording: Recording, states: States, tally: Tally) -> None:
-        """Each state is looked at, each that differs in a file or in the card's tables started."""
+        """Each state that differs from the others is looked at, and a device started from it."""
         self._checker.expect(recording.update.version)
         for moment, disk in states:
             tally.states += 1
             self._progress(tally)
             if disk.key not in tally.disks:
                 tally.disks.add(disk.key)
-                self._look_at(disk, moment, tally)
-
-    def _look_at(self, disk: Disk, moment: str, tally: Tally) -> None:
-        content = self._checker.look(disk.image), tables_of(disk.image)
-        if content in tally.contents:
-            self._checker.leave()
-            return
-        tally.contents.add(content)
-        self._start_from(disk, moment, tally)
+                tally.contents.add((self._checker.look(disk.image), tables_of(disk.image)))
+                self._start_from(disk, moment, tally)
 
     def _start_from(self, disk: Disk, moment: str, tally: Tally) -> None:
         outcome = self._checker.start(has_card(disk.image))

@@ -53,9 +53,6 @@ class Checker:
             disk.write(image)
         return "\n".join(self._ask("look" if has_card(image) else "look without card"))
 
-    def leave(self) -> None:
-        self._ask("leave")
-
     def start(self, with_card: bool) -> Outcome:
         """Starts the device from the state that was looked at last."""
         told = self._ask("run")

@@ -12,6 +12,7 @@ FLASH = slice(1 * MIB, 9 * MIB)
 CARD = slice(9 * MIB, 25 * MIB)
 CARD_FROM = CARD.start // SECTOR
 FAT_BYTES = 64 * 1024  # more than both tables take
+CARD_PASSES = 5  # three were seen to be needed
 
 
 def partition(kind: int, place: slice) -> bytes:
@@ -69,7 +70,11 @@ def card_fault(image: bytes, scratch: Path) -> str:
 
 
 def mended(image: bytes, scratch: Path) -> bytes:
-    """The disk with its card as fsck.vfat leaves it, without the clusters that were lost."""
+    """The disk with its card as fsck.vfat leaves it, without the clusters that were lost. What one
+    pass takes away may be what the next one stumbles over: it is run until it finds nothing."""
     scratch.write_bytes(image[CARD])
-    subprocess.run(["fsck.vfat", "-a", "-w", scratch], stdout=subprocess.DEVNULL)
+    for _ in range(CARD_PASSES):
+        check = ["fsck.vfat", "-a", "-w", scratch]
+        if subprocess.run(check, stdout=subprocess.DEVNULL).returncode == 0:
+            break
     return image[:CARD.start] + scratch.read_bytes()

@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cassert>
 #include <cstdlib>
 
+#include "tests/fuzz/check.h"
 #include "tools/tolvar/log/explain.h"
 #include "tools/tolvar/log/json_line.h"
 #include "tools/tolvar/log/page.h"
@@ -14,14 +14,14 @@
 
 using namespace devicelog;
 
-static void AssertSafe(const std::string& text) {
+static void CheckSafe(const std::string& text) {
   const auto isUnsafe = [](char c) { return c != '\n' && static_cast<unsigned char>(c) < ' '; };
-  assert(std::none_of(text.begin(), text.end(), isUnsafe));
+  CHECK(std::none_of(text.begin(), text.end(), isUnsafe));
 }
 
-static void AssertOneLine(const std::string& json) {
-  assert(json.find('\n') == json.size() - 1);
-  AssertSafe(json);
+static void CheckOneLine(const std::string& json) {
+  CHECK(json.find('\n') == json.size() - 1);
+  CheckSafe(json);
 }
 
 static int FileOf(const std::uint8_t* data, std::size_t size) {
@@ -42,9 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   options.nowMicros = 1'732'536'000 * secondMicros;
   if (ways & 1U) options.since = Since::Parse("12:00", options.nowMicros);
   View view(options, [&](const Event& event) {
-    if (ways & 16U) AssertSafe(EventText(event, paint));
+    if (ways & 16U) CheckSafe(EventText(event, paint));
     why.Take(event);
-    if ((ways & 6U) == 2) AssertOneLine(JsonLine(event));
+    if ((ways & 6U) == 2) CheckOneLine(JsonLine(event));
     if (asPage) page.Take(event);
   });
   static LineReader reader(-1);  // its memory would be made anew each time
@@ -52,16 +52,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   LineReader::Line line;
   while (reader.Next(line)) view.Take(line);
   if (reader.Last(line)) {
-    if (ways & 8U) AssertSafe(ExplainLine(line.text));
+    if (ways & 8U) CheckSafe(ExplainLine(line.text));
     view.Take(line);
   }
   view.Finish();
-  assert(view.Summary().recognised <= view.Summary().lines);
+  CHECK(view.Summary().recognised <= view.Summary().lines);
   const std::vector<Alarm> alarms = view.Alarms();
-  AssertSafe(AlarmText(alarms, paint) + SummaryText(view.Summary()));
-  AssertSafe(TableText(view.Processes(), {}, view.Summary().last, paint, ways));
+  CheckSafe(AlarmText(alarms, paint) + SummaryText(view.Summary()));
+  CheckSafe(TableText(view.Processes(), {}, view.Summary().last, paint, ways));
   const auto cam = view.Processes().find("cam");
-  if (cam != view.Processes().end()) AssertSafe(why.Text(cam->second, alarms));
-  if (asPage) assert(!page.Text(view, {}).empty());
+  if (cam != view.Processes().end()) CheckSafe(why.Text(cam->second, alarms));
+  if (asPage) CHECK(!page.Text(view, {}).empty());
   return 0;
 }
