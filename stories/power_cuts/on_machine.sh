@@ -12,6 +12,7 @@ enter() {
   mount -o bind /flash/opt /opt
   mount -o bind /flash/config /etc/config
   [ -n "$1" ] || { mkdir /media/mmc && mount -t vfat /dev/vdc2 /media/mmc || echo "! no card"; }
+  rm -f /media/mmc/FSCK*.REC  # what the card's check found in no folder
 }
 
 leave() {

@@ -19,6 +19,7 @@ bool receiveTimeIsRefused = false;
 }
 
 // In place of the C library's: asks the kernel, but for what a test refuses.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int setsockopt(int socket, int level, int option, const void* value,
                           socklen_t size) noexcept {
   if (receiveTimeIsRefused && option == SO_RCVTIMEO) return -1;

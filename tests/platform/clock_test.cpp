@@ -15,6 +15,7 @@ const timespec* uptime = nullptr;
 
 // In place of the C library's. With seconds of 64 bits the compiler calls it __clock_gettime64 on a
 // 32-bit target, so that only a reader of the same kind sees what a test has set.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
 #ifdef SYS_clock_gettime64  // a 32-bit kernel has this one for it
   constexpr long kernelCall = SYS_clock_gettime64;

@@ -36,6 +36,7 @@ inline std::string Brief(const check::Finding& finding) {
 
 inline std::vector<std::string> Briefs(const std::vector<check::Finding>& findings) {
   std::vector<std::string> briefs;
+  briefs.reserve(findings.size());
   for (const check::Finding& finding : findings) briefs.push_back(Brief(finding));
   return briefs;
 }

@@ -7,6 +7,7 @@
 
 // Compiled with 64-bit time this defines what callers with 64-bit time call; on 32 bits the others,
 // the C++ library's clock for one, go on with the real one.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
                                                                     timespec* now) noexcept {
   const char* at = std::getenv("CLOCK_AT_SEC");
