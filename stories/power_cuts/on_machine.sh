@@ -47,6 +47,9 @@ converged() { alive && md5sum -s -c /run/want 2>/dev/null; }
 
 usable() { echo probe >"$1/probe" && [ "$(cat "$1/probe")" = probe ] && rm "$1/probe"; } 2>&1
 
+# Its folder may be gone after a check, and nothing for it have come.
+card_usable() { usable /media/mmc && { [ ! -e /media/mmc/.ota ] || usable /media/mmc/.ota; }; }
+
 run() {
   dmesg -c >/dev/null
   : >/run/host.log
@@ -60,7 +63,7 @@ run() {
   converged || { echo "! does not converge"; cat /run/host.log; }
   sed -n 's/^CheckIntegrity \(.*\) vs. \(.*\)/\1 \2/p' /run/host.log | awk '$1 != $2 { n++ } END { print "torn " n + 0 }'
   usable /opt || echo "! the flash refuses"
-  [ ! -d /media/mmc ] || { usable /media/mmc && usable /media/mmc/.ota; } || echo "card refuses"
+  [ ! -d /media/mmc ] || card_usable || echo "card refuses"
   dmesg | grep -E '(EXT4|FAT)-fs.*(error|Error|corrupt)' | sed 's/^/kernel: /'
 }
 

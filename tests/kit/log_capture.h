@@ -10,17 +10,20 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
-// What standard output has received since the construction.
+// What descriptor 1 has received since the construction. `stdout` itself, which the test's own
+// failures are written to, goes on to where it went: the C library lets it be assigned.
 class LogCapture {
  public:
+  LogCapture() { stdout = report_; }
   ~LogCapture() {
+    (void)std::fclose(std::exchange(stdout, captured_));
     (void)std::fflush(stdout);
     (void)dup2(output_, STDOUT_FILENO);
     file_.seekg(0);
-    // What went wrong was written there, too.
-    if (testing::Test::HasFailure()) std::cout << file_.rdbuf() << std::flush;
+    if (testing::Test::HasFailure()) std::cout << "The log was:\n" << file_.rdbuf() << std::flush;
   }
   // What has come since the last call.
   [[nodiscard]] std::string Text() { return {std::istreambuf_iterator<char>(file_), {}}; }
@@ -31,9 +34,12 @@ class LogCapture {
     return lines;
   }
   void Skip() { (void)Text(); }  // what the test has no question about
+  // What the host has as `stdout`.
+  [[nodiscard]] std::FILE* OfHost() const { return captured_; }
 
  private:
   int output_ = dup(STDOUT_FILENO);
+  std::FILE* report_ = fdopen(dup(STDOUT_FILENO), "w");
   std::FILE* captured_ = std::freopen("/run/standard_output", "a", stdout);
   std::ifstream file_{"/run/standard_output"};
 };

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <cstring>
+#include <utility>
 
 #include "tests/fakes/scarcity.h"
 #include "tests/kit/device.h"
@@ -15,9 +16,11 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 TEST_F(LogTest, WhatTheHostHasWrittenComesFirst) {
+  std::FILE* const report = std::exchange(stdout, log.OfHost());
   EXPECT_EQ(std::fputs("of the host, ", stdout), 1);
   Log("of the plug-in");
   Log("");
+  stdout = report;
   EXPECT_EQ(log.Text(), "of the host, of the plug-in\n\n");
 }
 

@@ -79,6 +79,7 @@ TEST_F(FetchTest, AnyOtherVersionWaitsInTheRunningRecord) {
 TEST_F(FetchTest, TheRunningVersionAgainLeavesWhatWaitsAloneAndTheNewOneAgainRenewsIt) {
   Run({{"a", "1"}});
   Fetch({{"a", "2", "old"}});
+  ASSERT_NE(At(0).pending, nullptr);
   At(0).pending->preDownloaded = true;
   log.Skip();
   Fetch({{"a", "1"}});
@@ -87,6 +88,7 @@ TEST_F(FetchTest, TheRunningVersionAgainLeavesWhatWaitsAloneAndTheNewOneAgainRen
   EXPECT_EQ(At(0).pending->version, "2");
   EXPECT_TRUE(At(0).pending->preDownloaded);
   Fetch({{"a", "2", "new"}});
+  ASSERT_NE(At(0).pending, nullptr);
   EXPECT_EQ(At(0).pending->entrypoint, "new");
   EXPECT_FALSE(At(0).pending->preDownloaded);
 }
