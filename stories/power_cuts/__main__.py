@@ -144,7 +144,7 @@ def check_all(work: Work, run: Run) -> list[Tally]:
 def parse_arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="power-cuts")
     parser.add_argument("--sample", type=int, default=0)
-    parser.add_argument("--reorderings", type=int, default=100)
+    parser.add_argument("--reorderings", type=int, default=30)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--keep", type=Path, default=Path("build"))
     return parser.parse_args()
