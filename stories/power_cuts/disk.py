@@ -74,7 +74,7 @@ def mended(image: bytes, scratch: Path) -> bytes:
     pass takes away may be what the next one stumbles over: it is run until it finds nothing."""
     scratch.write_bytes(image[CARD])
     for _ in range(CARD_PASSES):
-        check = ["fsck.vfat", "-a", "-w", scratch]
-        if subprocess.run(check, stdout=subprocess.DEVNULL).returncode == 0:
+        done = subprocess.run(["fsck.vfat", "-a", "-w", scratch], stdout=subprocess.DEVNULL)
+        if done.returncode == 0:
             break
     return image[:CARD.start] + scratch.read_bytes()
