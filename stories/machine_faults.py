@@ -159,7 +159,7 @@ def long_ago(see: Watch) -> None:
         see.log("Failed to get processes for version latest", 20)
     see.log("processes from cloud", 15)
     for name, version in see.world.cloud.listed().items():
-        see.runs(name, version, 15)
+        see.runs(name, version, 30)
 
 
 def forward(see: Watch) -> None:
