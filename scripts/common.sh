@@ -41,10 +41,11 @@ install_packages() {  # PACKAGE...
   say "installing ${missing[*]}"
   mkdir -p build
   (
-    flock 9  # scripts may run side by side
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+    # Scripts may run side by side. A service that a package starts must not keep the lock.
+    flock 9
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get update -qq 9>&-
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-      "${missing[@]}" >/dev/null
+      "${missing[@]}" >/dev/null 9>&-
   ) 9>build/packages
 }
 
