@@ -25,15 +25,15 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
   add_compile_options(-Wa,-mno-pdr -fno-ipa-sra -fno-move-loop-invariants -fno-gcse)
 endif()
 
-# A supervisor with the rights to kill and to replace programs is worth hardening.
+# A supervisor with the rights to kill and to replace programs is worth hardening. And two builds of
+# one commit give the same files, wherever they are made; a debugger, and who counts the lines that
+# were run, look for the sources where they are.
 add_compile_options(-fstack-protector-strong)
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
-  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
 endif()
 add_link_options(LINKER:-z,relro,-z,now LINKER:-z,noexecstack)
-
-# Two builds of one commit give the same files, wherever they are made.
-add_compile_options("-ffile-prefix-map=${CMAKE_SOURCE_DIR}=." "-ffile-prefix-map=${CMAKE_BINARY_DIR}=build")
 
 set(warning_options
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual

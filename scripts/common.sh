@@ -11,12 +11,14 @@ die() {
   exit 1
 }
 
-# Packages of the product, of its tools and tests, and of the bench device with its stories.
+# Packages of the product, of its tools and tests, of the bench device with its stories, and of the
+# sanitizers.
 build_packages=(g++ make cmake ninja-build pkg-config libcurl4-openssl-dev libcjson-dev libssl-dev
   libcpp-httplib-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   openssl)
 bench_packages=(bubblewrap util-linux mount iproute2 procps python3 python3-jsonschema
   python3-yaml curl strace)
+clang_packages=(clang libclang-rt-dev llvm)
 
 as_root() {
   if ((EUID == 0)); then

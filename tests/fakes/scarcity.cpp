@@ -26,11 +26,17 @@ void operator delete(void* memory) noexcept {
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
 
+// A sanitizer whose runtime is part of the program has its own, which learns of each thread, here.
+using ThreadMaker = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+extern "C" __attribute__((weak)) ThreadMaker __interceptor_pthread_create;
+
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attr,
                               void* (*routine)(void*), void* arg) {
   ++scarcity.threadsAskedFor;
   if (--scarcity.threadsToRefuse >= 0) return EAGAIN;
-  static const auto real =
-      reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  static ThreadMaker* const next =
+      reinterpret_cast<ThreadMaker*>(dlsym(RTLD_NEXT, "pthread_create"));
+  static ThreadMaker* const real =
+      __interceptor_pthread_create != nullptr ? __interceptor_pthread_create : next;
   return real(thread, attr, routine, arg);
 }
