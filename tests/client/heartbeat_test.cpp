@@ -43,9 +43,9 @@ int NextDescriptor() {
 }
 
 std::int64_t NowMillis() {
-  timespec now = {};
-  (void)clock_gettime(CLOCK_REALTIME, &now);
-  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+  timespec time = {};
+  (void)clock_gettime(CLOCK_REALTIME, &time);
+  return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
 }
 
 class HeartbeatTest : public DeviceTest {

@@ -12,8 +12,8 @@ CurlRecorder curlRecorder;
 
 namespace {
 
-CurlRequest current;                // as far as its options have been set
-std::vector<char>* body = nullptr;  // of the next transfer
+CurlRequest current;                    // as far as its options have been set
+std::vector<char>* nextBody = nullptr;  // of the next transfer
 
 template <typename Function, typename... Arguments>
 auto PassOn(Function* /*type*/, const char* name, Arguments... arguments) {
@@ -44,7 +44,7 @@ std::string Shown(curl_easytype type, void* value) {
 void Note(CURLoption option, void* value) {
   if (option == CURLOPT_URL) current = {static_cast<char*>(value), ""};
   if (option == CURLOPT_POSTFIELDS) current.json = static_cast<char*>(value);
-  if (option == CURLOPT_WRITEDATA) body = static_cast<std::vector<char>*>(value);
+  if (option == CURLOPT_WRITEDATA) nextBody = static_cast<std::vector<char>*>(value);
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ CURLcode curl_easy_perform(CURL* curl) {
   Spared::now = false;
   if (answer.body.empty()) return answer.code;
   const std::size_t size = answer.body.size();
-  const bool taken = WriteBodyCallback(answer.body.data(), 1, size, body) == size;
+  const bool taken = WriteBodyCallback(answer.body.data(), 1, size, nextBody) == size;
   return taken ? answer.code : CURLE_WRITE_ERROR;
 }
 

@@ -79,8 +79,10 @@ class TornFilesTest : public DeviceTest, public testing::WithParamInterface<Surr
 };
 
 TEST_P(TornFilesTest, OnlyAWholeCopyIsUsed) {
-  // Each kind at each of the three places; the first of the caches is a device without a card.
-  for (; number < kinds * kinds * (1 + kinds) && !HasFailure(); ++number) {
+  // Each kind at each of the three places; the first of the caches is a device without a card. In
+  // the emulator, where it takes long, every seventh: still each kind at each place.
+  constexpr std::size_t step = sizeof(void*) == 4 ? 7 : 1;
+  for (; number < kinds * kinds * (1 + kinds) && !HasFailure(); number += step) {
     Tree tree = {{live, copies[number % kinds]}, {slot, copies[number / kinds % kinds]}};
     const std::size_t cached = number / kinds / kinds;
     if (cached > 0) tree.insert({{card, kind::folder}, {cache, copies[cached - 1]}});

@@ -23,7 +23,7 @@ Process Counting(const std::string& name, std::uint32_t launchFailures,
 }
 
 TEST_F(MetricsReportTest, AReportIsDueWhenMoreThanItsIntervalHasPassed) {
-  constexpr std::uint32_t widest = 4294967295;
+  constexpr std::uint32_t widestSec = 4294967295;
   const struct {
     const char* what;
     State state;
@@ -39,8 +39,8 @@ TEST_F(MetricsReportTest, AReportIsDueWhenMoreThanItsIntervalHasPassed) {
       {"running is not failed", State::Running, 3600, 600, 601, false},
       {"the normal one is the shorter", State::Failed, 10, 600, 11, true},
       {"clock set back", State::Failed, 3600, 600, -86400, false},
-      {"widest interval", State::Running, widest, 600, 4000000, false},
-      {"widest intervals, failed", State::Failed, widest, widest, 4000000, false},
+      {"widest interval", State::Running, widestSec, 600, 4000000, false},
+      {"widest intervals, failed", State::Failed, widestSec, widestSec, 4000000, false},
   };
   for (const auto& row : rows) {
     std::vector<Process> processes = {Process(), Process(), Process()};
