@@ -125,4 +125,15 @@ TEST_F(MetricsReportTest, TheSupervisorReportsByItsIntervalsAndKeepsTheEndAsTheT
   EXPECT_EQ(supervisor.processes[0].launchFailures, 0U);
 }
 
+TEST_F(MetricsReportTest, WithoutMemoryForItNothingIsReportedAndItStaysDue) {
+  Processes supervisor;
+  supervisor.processes = {Counting("a", 1, 2)};
+  cJSON_Hooks hooks = {[](std::size_t) -> void* { return nullptr; }, std::free};
+  cJSON_InitHooks(&hooks);
+  EXPECT_EQ(supervisor.ReportMetrics(), 1);
+  cJSON_InitHooks(nullptr);
+  EXPECT_THAT(log.Lines(), IsEmpty());
+  EXPECT_EQ(supervisor.lastReportTime, 0);
+}
+
 }  // namespace
