@@ -1,6 +1,7 @@
 #include "platform/memory.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #if defined(__GLIBC__) && !defined(__UCLIBC__)
@@ -10,6 +11,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "platform/descriptor.h"
 
@@ -40,4 +42,12 @@ FreedMemoryReturned::~FreedMemoryReturned() {
 #if defined(__GLIBC__) && !defined(__UCLIBC__)
   (void)malloc_trim(0);  // whether there was anything to give back does not matter
 #endif
+}
+
+void PagesReturned::Return() noexcept {
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  void* first = block_.data();
+  std::size_t left = block_.capacity();
+  if (std::align(page, page, first, left) == nullptr) return;  // not one whole page
+  (void)madvise(first, left / page * page, MADV_DONTNEED);     // locked memory stays
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 // Whether `bytes` more fit into memory and leave the libraries' pages where they are: without those
 // the code itself is thrown out and read again, and the kernel in the end kills the host. True as
@@ -16,4 +17,22 @@ class FreedMemoryReturned {
   FreedMemoryReturned(const FreedMemoryReturned&) = delete;
   FreedMemoryReturned& operator=(const FreedMemoryReturned&) = delete;
   ~FreedMemoryReturned();
+};
+
+// Gives the system back, as it is destroyed, the pages of a block that is about to be freed: the C
+// library trims only the heap of a program's first thread, and hosts launch the supervisor in
+// another. With 32 bits it maps each large block for itself, and nothing is to be done. Any thread.
+class PagesReturned {
+ public:
+  explicit PagesReturned(std::vector<char>& block) : block_(block) {}
+  PagesReturned(const PagesReturned&) = delete;
+  PagesReturned& operator=(const PagesReturned&) = delete;
+  ~PagesReturned() {
+    if constexpr (sizeof(void*) > 4) Return();
+  }
+
+ private:
+  void Return() noexcept;
+
+  std::vector<char>& block_;
 };

@@ -55,7 +55,7 @@ def start_host(world: World, until: str) -> int:
 
 def start_idle(world: World, count: int) -> int:
     """With processes that are started by nothing and not judged for a day."""
-    processes = [{"processname": f"idle-{i}", "version": "1", "entrypoint": ":",
+    processes = [{"processname": f"idle-{i}", "version": "1", "entrypoint": ": &",
                   "maxstartuptime": 86400, "components": []} for i in range(count)]
     manifest = world.cloud.releases / "latest/manifest.json"
     manifest.parent.mkdir(exist_ok=True)
