@@ -37,7 +37,7 @@ namespace {
 [[nodiscard]] bool IsWritten(const Component& component, const std::string& path) {
   const FreedMemoryReturned returned;  // after the body, which may be large, is gone
   std::vector<char> body;
-  const PagesReturned pagesReturned(body);
+  const PagesReturned pagesReturned(body);  // before the body goes
   if (!IsFetched(component, body)) return false;
   if (WriteToPath(path, body) != 0) {
     Log("WriteToPath failed for path " + path);
